@@ -41,8 +41,8 @@ VELA_API void ApplicationUseGDIPlusSetter(RuntimeObject *self, VelaBoolean value
 VELA_API VelaBoolean ApplicationSupportsHiDPI(void);
 VELA_API void ApplicationSetSupportsHiDPI(VelaBoolean value);
 VELA_API void DesktopApplication_SetUserDarkModeSupport(VelaBoolean value);
-VELA_API VelaBoolean AppAutoCloseGetter(RuntimeObject *self);
-VELA_API void AppAutoCloseSetter(RuntimeObject *self, VelaBoolean value);
+VELA_API VelaBoolean AppAutoCloseGetter(RuntimeObject *self, intptr_t parameter);
+VELA_API void AppAutoCloseSetter(RuntimeObject *self, intptr_t parameter, VelaBoolean value);
 VELA_API void appMouseCursorSetter(RuntimeObject *self, intptr_t parameter, RuntimeObject *cursor);
 VELA_API void AppMenuBarSetter(RuntimeObject *self, intptr_t parameter, RuntimeObject *menuBar);
 

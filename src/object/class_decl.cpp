@@ -86,3 +86,46 @@ ClassDecl* NearestDecl(RuntimeClass* cls) {
 }
 
 }  // namespace vela
+
+namespace vela {
+
+void ClassDecl::CheckBackwards(size_t nativeSize, size_t instanceSize) const {
+  RuntimeClass* cls = mClassPtr;
+  VELA_ASSERT_MSG(cls && (cls->flags & kPropertiesBackwardsFlag),
+                  "mClassPtr->flags & RuntimeClass::kPropertiesBackwardsFlag",
+                  "Expected properties to be backwards for %s", cls ? cls->name : mName);
+  VELA_ASSERT_TEXT(nativeSize >= instanceSize, "sizeof(T) >= instanceSize");
+}
+
+void* DualEvent(RuntimeObject* object, const ClassDecl& newDecl, const char* newName,
+                const ClassDecl& oldDecl, const char* oldName) {
+  if (!object) return nullptr;
+  if (newDecl.IsInstance(object)) return newDecl.GetEventHandler(object, newName);
+  if (!oldDecl.IsInstance(object)) {
+    VELA_ASSERT_TEXT(false, "decl2.IsInstance(obj)");
+    return nullptr;
+  }
+  return oldDecl.GetEventHandler(object, oldName);
+}
+
+namespace {
+InterfaceDecl*& InterfaceListHead() {
+  static InterfaceDecl* head = nullptr;
+  return head;
+}
+}  // namespace
+
+InterfaceDecl::InterfaceDecl(const char* interfaceName)
+    : next(InterfaceListHead()), mClassPtr(nullptr), name(interfaceName) {
+  InterfaceListHead() = this;
+}
+
+InterfaceDecl* InterfaceDecl::ListHead() { return InterfaceListHead(); }
+
+}  // namespace vela
+
+namespace vela {
+// The declaration records are read by position by plug-ins and the debugger.
+static_assert(offsetof(DeclEvent, eventID) == 8 && sizeof(DeclEvent) == 16);
+static_assert(sizeof(InterfaceDecl) == 24 && offsetof(InterfaceDecl, name) == 16);
+}  // namespace vela

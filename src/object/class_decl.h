@@ -57,11 +57,17 @@ class ClassDecl {
   size_t NativeAlignment() const { return mAlignment; }
 
   static ClassDecl* ListHead();
+  // Byte offsets of the record's fields, for the layout checks.
+  static constexpr size_t kSuperOffset = 8, kNameOffset = 16, kEventTableOffset = 24,
+                          kEventCountOffset = 32, kClassPtrOffset = 40, kNextDeclOffset = 48;
   // Binds this declaration to `cls` (used by RuntimeInitExternalClasses).
   void Bind(RuntimeClass* cls) { mClassPtr = cls; }
 
  protected:
   void SetNativeAlignment(size_t alignment) { mAlignment = alignment < 8 ? 8 : alignment; }
+  // The backwards-layout checks shared by every declaration whose native
+  // structure sits at the object pointer.
+  void CheckBackwards(size_t nativeSize, size_t instanceSize) const;
 
  private:
   // Declared in record order; the fields behind mNextDecl are our own.
@@ -78,5 +84,96 @@ class ClassDecl {
 // The declaration of the class that owns `object`'s native part: the first
 // declaration met walking up from the object's class, or nil.
 ClassDecl* NearestDecl(RuntimeClass* cls);
+
+}  // namespace vela
+
+namespace vela {
+
+// The dual lookup of a classic/`Desktop` pair of declarations over one
+// native structure: the newer declaration's event name when the object is an
+// instance of it, else the classic one's. An object of neither class is the
+// assertion "decl2.IsInstance(obj)".
+void* DualEvent(RuntimeObject* object, const ClassDecl& newDecl, const char* newName,
+                const ClassDecl& oldDecl, const char* oldName);
+
+// A declaration whose native structure T begins with the RuntimeObject header
+// and sits at the object pointer: the class must keep its properties in the
+// prefix (kPropertiesBackwardsFlag). T may provide static Construct(T*) and
+// Destruct(T*) for members that own something.
+template <class T>
+class NativeClassDecl : public ClassDecl {
+  static_assert(std::is_standard_layout_v<T>, "native structures are read by position");
+
+ public:
+  NativeClassDecl(ClassDecl* super, const char* name, DeclEvent* events, uint32_t eventCount)
+      : ClassDecl(super, name, events, eventCount) {
+    SetNativeAlignment(alignof(T));
+  }
+  NativeClassDecl(ClassDecl* super, const char* name)
+      : NativeClassDecl(super, name, nullptr, 0) {}
+  template <size_t N>
+  NativeClassDecl(ClassDecl* super, const char* name, DeclEvent (&events)[N])
+      : NativeClassDecl(super, name, events, uint32_t(N)) {}
+
+  size_t AdjustInstanceSize(size_t instanceSize) const override {
+    CheckBackwards(sizeof(T), instanceSize);
+    return sizeof(T);
+  }
+  void Construct(RuntimeObject* obj) const override {
+    ClassDecl::Construct(obj);
+    if constexpr (requires(T* t) { T::Construct(t); })
+      if (obj) T::Construct(reinterpret_cast<T*>(obj));
+  }
+  void Destruct(RuntimeObject* obj) const override {
+    ClassDecl::Destruct(obj);
+    if constexpr (requires(T* t) { T::Destruct(t); })
+      if (obj) T::Destruct(reinterpret_cast<T*>(obj));
+  }
+  // The native structure of `obj`, with the checks of Instance.
+  T* Data(RuntimeObject* obj) const {
+    return Instance(obj) ? reinterpret_cast<T*>(obj) : nullptr;
+  }
+};
+
+// A declaration whose native data T lie behind the properties of the object's
+// most derived class (the exception classes are the model).
+template <class T>
+class TrailingDataDecl : public ClassDecl {
+ public:
+  TrailingDataDecl(ClassDecl* super, const char* name, DeclEvent* events, uint32_t eventCount)
+      : ClassDecl(super, name, events, eventCount) {
+    SetNativeAlignment(alignof(T));
+  }
+  TrailingDataDecl(ClassDecl* super, const char* name)
+      : TrailingDataDecl(super, name, nullptr, 0) {}
+  template <size_t N>
+  TrailingDataDecl(ClassDecl* super, const char* name, DeclEvent (&events)[N])
+      : TrailingDataDecl(super, name, events, uint32_t(N)) {}
+  size_t AdjustInstanceSize(size_t size) const override {
+    size_t alignment = NativeAlignment();
+    return (size + alignment - 1) / alignment * alignment + sizeof(T);
+  }
+  void Construct(RuntimeObject* obj) const override {
+    ClassDecl::Construct(obj);
+    if constexpr (requires(T* t) { T::Construct(t); })
+      if (obj) T::Construct(static_cast<T*>(Instance(obj)));
+  }
+  void Destruct(RuntimeObject* obj) const override {
+    ClassDecl::Destruct(obj);
+    if constexpr (requires(T* t) { T::Destruct(t); })
+      if (obj) T::Destruct(static_cast<T*>(Instance(obj)));
+  }
+  T* Data(RuntimeObject* obj) const { return static_cast<T*>(Instance(obj)); }
+};
+
+// An interface declaration: three words, chained at load like classes.
+struct InterfaceDecl {
+  InterfaceDecl* next;
+  RuntimeClass* mClassPtr;
+  const char* name;
+
+  explicit InterfaceDecl(const char* interfaceName);
+  static InterfaceDecl* ListHead();
+};
 
 }  // namespace vela

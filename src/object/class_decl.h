@@ -117,7 +117,8 @@ class NativeClassDecl : public ClassDecl {
 
   size_t AdjustInstanceSize(size_t instanceSize) const override {
     CheckBackwards(sizeof(T), instanceSize);
-    return sizeof(T);
+    // After a failed check the block still holds what the caller asked for.
+    return sizeof(T) > instanceSize ? sizeof(T) : instanceSize;
   }
   void Construct(RuntimeObject* obj) const override {
     ClassDecl::Construct(obj);

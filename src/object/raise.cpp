@@ -1,7 +1,7 @@
 #include "object/raise.h"
 
 #include <atomic>
-#include <string>
+#include <cstdio>
 
 #include "support/assert.h"
 
@@ -20,10 +20,11 @@ void RaiseNamedException(const char* className, int32_t errorNumber, const char*
   }
   // Exception objects and their dispatch to compiled handlers come with the
   // exception layer; until then a raise is reported, never dropped.
-  std::string what = std::string("exception dispatch (raised ") + (className ? className : "?");
-  if (message && *message) what += std::string(": ") + message;
-  what += ")";
-  VELA_NOT_BUILT(what.c_str());
+  char what[512];
+  std::snprintf(what, sizeof what, "exception dispatch (raised %s%s%s)",
+                className ? className : "?", message && *message ? ": " : "",
+                message ? message : "");
+  VELA_NOT_BUILT(what);
 }
 
 }  // namespace vela

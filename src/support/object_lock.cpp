@@ -4,9 +4,17 @@ namespace vela {
 
 std::atomic<int> gDetachedThreadCount{0};
 
-std::recursive_mutex& ObjectLockMutex() {
-  static std::recursive_mutex* mutex = new std::recursive_mutex;  // never destroyed
-  return *mutex;
+pthread_mutex_t* ObjectLockMutex() noexcept {
+  static pthread_mutex_t* mutex = [] {
+    static pthread_mutex_t storage;
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(&storage, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+    return &storage;
+  }();
+  return mutex;
 }
 
 }  // namespace vela

@@ -4,8 +4,9 @@
 // or preemptive thread); otherwise the turn itself excludes everyone else.
 #pragma once
 
+#include <pthread.h>
+
 #include <atomic>
-#include <mutex>
 
 namespace vela {
 
@@ -15,20 +16,22 @@ extern std::atomic<int> gDetachedThreadCount;
 
 inline bool LocksInForce() { return gDetachedThreadCount.load(std::memory_order_acquire) != 0; }
 
-std::recursive_mutex& ObjectLockMutex();
+// A recursive POSIX mutex: unlike the C++ wrappers it cannot throw, and no
+// C++ exception may leave an export.
+pthread_mutex_t* ObjectLockMutex() noexcept;
 
 // Decides once at entry whether the lock is in force, so that the release
 // matches the acquisition even if the count changes meanwhile.
 class ObjectLockGuard {
  public:
-  ObjectLockGuard() : mHeld(LocksInForce()) {
-    if (mHeld) ObjectLockMutex().lock();
+  ObjectLockGuard() noexcept : mHeld(LocksInForce()) {
+    if (mHeld) pthread_mutex_lock(ObjectLockMutex());
   }
   ~ObjectLockGuard() { Release(); }
-  void Release() {
+  void Release() noexcept {
     if (mHeld) {
       mHeld = false;
-      ObjectLockMutex().unlock();
+      pthread_mutex_unlock(ObjectLockMutex());
     }
   }
   ObjectLockGuard(const ObjectLockGuard&) = delete;

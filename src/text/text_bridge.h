@@ -1,0 +1,12 @@
+// What the object layer needs of Text values before the Text type exists.
+#pragma once
+
+#include "vela/accessors.h"
+
+namespace vela {
+
+// Add and drop one reference on a Text value; nil is ignored.
+void LockTextValue(TextValue text);
+void UnlockTextValue(TextValue text);
+
+}  // namespace vela

@@ -1,0 +1,18 @@
+// Simple (one-to-one) upper-case mapping of a code point, as the classic
+// string comparison and searches fold case. Only the Basic Multilingual
+// Plane has partners; code points above U+FFFF map to themselves.
+#pragma once
+
+#include <cstdint>
+
+#include <unicode/uchar.h>
+
+namespace vela {
+
+inline uint32_t SimpleUpperCase(uint32_t codePoint) {
+  if (codePoint < 0x80) return (codePoint >= 'a' && codePoint <= 'z') ? codePoint - 0x20 : codePoint;
+  if (codePoint > 0xFFFF) return codePoint;
+  return static_cast<uint32_t>(u_toupper(static_cast<UChar32>(codePoint)));
+}
+
+}  // namespace vela

@@ -96,6 +96,19 @@ namespace vela {
 void* DualEvent(RuntimeObject* object, const ClassDecl& newDecl, const char* newName,
                 const ClassDecl& oldDecl, const char* oldName);
 
+// Native structures that own something provide static Construct(T*) and
+// Destruct(T*); the others need nothing beyond the zero-filled block.
+template <class T>
+void ConstructNative(T* data) {
+  if constexpr (requires { T::Construct(data); })
+    if (data) T::Construct(data);
+}
+template <class T>
+void DestructNative(T* data) {
+  if constexpr (requires { T::Destruct(data); })
+    if (data) T::Destruct(data);
+}
+
 // A declaration whose native structure T begins with the RuntimeObject header
 // and sits at the object pointer: the class must keep its properties in the
 // prefix (kPropertiesBackwardsFlag). T may provide static Construct(T*) and
@@ -122,13 +135,11 @@ class NativeClassDecl : public ClassDecl {
   }
   void Construct(RuntimeObject* obj) const override {
     ClassDecl::Construct(obj);
-    if constexpr (requires(T* t) { T::Construct(t); })
-      if (obj) T::Construct(reinterpret_cast<T*>(obj));
+    if (obj) ConstructNative(reinterpret_cast<T*>(obj));
   }
   void Destruct(RuntimeObject* obj) const override {
     ClassDecl::Destruct(obj);
-    if constexpr (requires(T* t) { T::Destruct(t); })
-      if (obj) T::Destruct(reinterpret_cast<T*>(obj));
+    if (obj) DestructNative(reinterpret_cast<T*>(obj));
   }
   // The native structure of `obj`, with the checks of Instance.
   T* Data(RuntimeObject* obj) const {
@@ -156,13 +167,11 @@ class TrailingDataDecl : public ClassDecl {
   }
   void Construct(RuntimeObject* obj) const override {
     ClassDecl::Construct(obj);
-    if constexpr (requires(T* t) { T::Construct(t); })
-      if (obj) T::Construct(static_cast<T*>(Instance(obj)));
+    if (obj) ConstructNative(Data(obj));
   }
   void Destruct(RuntimeObject* obj) const override {
     ClassDecl::Destruct(obj);
-    if constexpr (requires(T* t) { T::Destruct(t); })
-      if (obj) T::Destruct(static_cast<T*>(Instance(obj)));
+    if (obj) DestructNative(Data(obj));
   }
   T* Data(RuntimeObject* obj) const { return static_cast<T*>(Instance(obj)); }
 };

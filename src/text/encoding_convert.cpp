@@ -20,6 +20,23 @@
 namespace vela {
 namespace {
 
+// Runs an ICU call that fills a buffer, once more with the size it asked for
+// when the first guess was too small, and trims `out` to what it produced.
+template <class Buffer, class Call>
+bool FillFromIcu(Buffer& out, size_t guess, Call call) {
+  out.resize(guess);
+  UErrorCode status = U_ZERO_ERROR;
+  int32_t produced = call(out.data(), int32_t(out.size()), &status);
+  if (status == U_BUFFER_OVERFLOW_ERROR) {
+    out.resize(size_t(produced) + 1);
+    status = U_ZERO_ERROR;
+    produced = call(out.data(), int32_t(out.size()), &status);
+  }
+  if (U_FAILURE(status)) return false;
+  out.resize(size_t(produced));
+  return true;
+}
+
 constexpr const char* kReportPath = "Universal/TextEncodingConverter";
 
 constexpr char16_t kReplacement = 0xFFFD;
@@ -127,21 +144,11 @@ bool Decode(EncodingForm from, const unsigned char* bytes, int32_t length, std::
     case Form::kTable: {
       IcuConverter converter(from.icuName);
       if (!converter.get()) return false;
-      out.resize(size_t(length) + 1);
-      UErrorCode status = U_ZERO_ERROR;
-      int32_t produced =
-          ucnv_toUChars(converter.get(), reinterpret_cast<UChar*>(out.data()), int32_t(out.size()),
-                        reinterpret_cast<const char*>(bytes), length, &status);
-      if (status == U_BUFFER_OVERFLOW_ERROR) {
-        out.resize(size_t(produced) + 1);
-        status = U_ZERO_ERROR;
-        produced = ucnv_toUChars(converter.get(), reinterpret_cast<UChar*>(out.data()),
-                                 int32_t(out.size()), reinterpret_cast<const char*>(bytes), length,
-                                 &status);
-      }
-      if (U_FAILURE(status)) return false;
-      out.resize(size_t(produced));
-      return true;
+      return FillFromIcu(out, size_t(length) + 1, [&](char16_t* buffer, int32_t capacity,
+                                                       UErrorCode* status) {
+        return ucnv_toUChars(converter.get(), reinterpret_cast<UChar*>(buffer), capacity,
+                             reinterpret_cast<const char*>(bytes), length, status);
+      });
     }
     case Form::kNone: break;
   }
@@ -198,19 +205,11 @@ bool Encode(EncodingForm to, const std::u16string& units, std::string& out) {
     case Form::kTable: {
       IcuConverter converter(to.icuName);
       if (!converter.get()) return false;
-      out.resize(size_t(count) * 2 + 1);
-      UErrorCode status = U_ZERO_ERROR;
-      int32_t produced =
-          ucnv_fromUChars(converter.get(), out.data(), int32_t(out.size()), source, count, &status);
-      if (status == U_BUFFER_OVERFLOW_ERROR) {
-        out.resize(size_t(produced) + 1);
-        status = U_ZERO_ERROR;
-        produced = ucnv_fromUChars(converter.get(), out.data(), int32_t(out.size()), source, count,
-                                   &status);
-      }
-      if (U_FAILURE(status)) return false;
-      out.resize(size_t(produced));
-      return true;
+      return FillFromIcu(out, size_t(count) * 2 + 1,
+                         [&](char* buffer, int32_t capacity, UErrorCode* status) {
+                           return ucnv_fromUChars(converter.get(), buffer, capacity, source, count,
+                                                  status);
+                         });
     }
     case Form::kNone: break;
   }

@@ -106,6 +106,19 @@ TEST(Application, FirstObjectBecomesTheApplicationAndLaterOnesDoNot) {
   });
 }
 
+TEST(Application, EventsOfAnObjectOfNeitherFlavourAreAFault) {
+  EXPECT_CHILD_OK({
+    testkit::RecordingReporter reporter;
+    testkit::MakeAppClasses(AppFlavour::kDesktop);
+    RuntimeObject* stranger = RuntimeNewObject(testkit::ClassBuilder("Stranger").Build());
+    EXPECT_EQ(AppEventHandler(stranger, AppEvent::kStart), nullptr);
+    EXPECT_TRUE(reporter.Saw("decl2.IsInstance(obj)"));
+    EXPECT_EQ(AppEventHandler(nullptr, AppEvent::kStart), nullptr);
+    EXPECT_EQ(reporter.count(), 1u);
+    RuntimeUnlockObject(stranger);
+  });
+}
+
 TEST(Application, DarkModeSwitchCountsForTrueInAnyCaseAndForOne) {
   for (const char* value : {"true", "TRUE", "True", "1"}) {
     EXPECT_CHILD_OK({

@@ -146,6 +146,7 @@ static intptr_t StartupDone(void) {
 }
 
 int main(void) {
+  setvbuf(stdout, NULL, _IOLBF, 0); /* keep the trace in step with reports on stderr */
   RuntimeInit();
   printf("runtime initialised\n");
 

@@ -2,7 +2,7 @@
 // operations of the system: it takes no lock and allocates nothing.
 #include <cstring>
 
-#include "object/message_text.h"
+#include "support/message_text.h"
 #include "object/raise.h"
 #include "support/assert.h"
 #include "support/export.h"

@@ -1,5 +1,7 @@
 #include "support/assert.h"
 
+#include "support/message_text.h"
+
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -70,22 +72,9 @@ void RuntimeAssert(const char* path, int line, const char* condition, const char
 
 void RuntimeAssertFormat(const char* path, int line, const char* condition, const char* format,
                          ...) {
-  // Two passes: the first measures, the second fills a buffer of that size.
-  // Plain C allocation: an assertion must not throw across an export.
   va_list args;
   va_start(args, format);
-  va_list again;
-  va_copy(again, args);
-  int needed = std::vsnprintf(nullptr, 0, format, args);
+  vela::MessageText message(format, args);
   va_end(args);
-  char fallback[1024] = "";
-  char* message = needed >= 0 ? static_cast<char*>(std::malloc(size_t(needed) + 1)) : nullptr;
-  if (message) {
-    std::vsnprintf(message, size_t(needed) + 1, format, again);
-  } else {
-    std::vsnprintf(fallback, sizeof fallback, format, again);
-  }
-  va_end(again);
-  RuntimeAssert(path, line, condition, message ? message : fallback);
-  std::free(message);
+  RuntimeAssert(path, line, condition, message.c_str());
 }

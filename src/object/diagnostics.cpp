@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "object/arrays/array_record.h"
 #include "object/live_list.h"
 #include "platform/process.h"
 #include "support/assert.h"
@@ -76,14 +77,21 @@ VELA_EXPORT int32_t RuntimeDebugObjectCount(void) {
 VELA_EXPORT RuntimeObject* RuntimeDebugCopyObjectList(void) {
   ObjectLockGuard guard;
   // Newest first, without references; the walk ends at the object that has
-  // no older neighbour, which is itself left out.
+  // no older neighbour, which is itself left out. The array holds borrowed
+  // words, so releasing it releases none of the objects; it is made after
+  // the count and is not in its own list.
+  RuntimeObject* head = gLiveListHead;
   int32_t count = 0;
-  for (RuntimeObject* o = gLiveListHead; o && DecodeLiveLink(o->liveListNext);
+  for (RuntimeObject* o = head; o && DecodeLiveLink(o->liveListNext);
        o = DecodeLiveLink(o->liveListNext))
     ++count;
-  (void)count;  // the length of the array to be made
-  VELA_NOT_BUILT("arrays: RuntimeDebugCopyObjectList");
-  return nullptr;
+  RuntimeArray* list = NewFilledArray(BorrowedObjectTable(), count);
+  if (!list) return nullptr;
+  auto** items = static_cast<RuntimeObject**>(list->data);
+  int32_t filled = 0;
+  for (RuntimeObject* o = head; items && filled < count; o = DecodeLiveLink(o->liveListNext))
+    items[filled++] = o;
+  return reinterpret_cast<RuntimeObject*>(list);
 }
 
 VELA_EXPORT TESSstring RuntimeDebugObjectClass(int32_t index) {

@@ -7,9 +7,9 @@
 
 namespace vela {
 
-// A string of the image's version resource ("FileVersion", "Release",
-// "ProductVersion", "LongVersion", "PackageInfo"); empty when the image has
-// no such resource.
+// A string of the image's version resources ("FileVersion", "Release",
+// "ProductVersion", "LongVersion", "PackageInfo"): the data of the resource
+// of type 'vers' named by the key. Empty when the image has no such resource.
 std::optional<std::string> ImageVersionString(std::string_view key);
 
 }  // namespace vela

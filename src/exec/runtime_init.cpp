@@ -5,6 +5,8 @@
 
 #include "exec/runtime_state.h"
 #include "exec/thread_record.h"
+#include "exec/unhandled.h"
+#include "object/loader.h"
 #include "platform/process.h"
 #include "platform/window_system.h"
 #include "support/assert.h"
@@ -62,7 +64,7 @@ VELA_EXPORT void RuntimeInit(void) {
   state.timerWindow = ws.CreateHiddenWindow("WinTimerClass", 1, 1);
 
   state.controlFont = {"System", 0, 10.0};
-  // The uncaught-exception helper is installed by the exception layer.
+  InstallUnhandledExceptionHelper();
   RegisterFrameworkWindowClasses(ws.CompositionEnabled());
   // Drawing needs no process-wide factory on this platform: surfaces are
   // made per window and per picture.
@@ -81,9 +83,7 @@ VELA_EXPORT void RuntimeInit(void) {
 
 VELA_EXPORT int32_t MainExport(void* module, intptr_t argc, intptr_t argv, intptr_t envp,
                                void* frameworkModule) {
-  (void)module;
   (void)envp;
-  (void)frameworkModule;
   RuntimeState& state = State();
   auto** args = reinterpret_cast<char**>(argv);
   state.arguments.clear();
@@ -91,9 +91,13 @@ VELA_EXPORT int32_t MainExport(void* module, intptr_t argc, intptr_t argv, intpt
     if (args[i]) state.arguments.emplace_back(args[i]);
   state.argumentsKnown = true;
 
-  // Finding, mapping and entering the application image is the loader's
-  // work; the application's whole life runs inside that call.
-  VELA_NOT_BUILT("application image loader (MainExport cannot enter an image)");
+  // The application's whole life runs inside Run. Without an image (a stub
+  // that was never packed, a file that cannot be read) the load has
+  // reported why, and nothing is entered. Either way the answer is 0: the
+  // reports are the stub's account of what went wrong.
+  Loader& loader = Loader::Instance();
+  bool loaded = loader.LoadFromExecutable(module, frameworkModule);
+  if (loaded) loader.Run();
 
   AtExitObject::DeleteAll();
   if (state.initialized) platform::GetWindowSystem().ReleaseThemeService();

@@ -7,7 +7,11 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
+#include "support/simple_vector.h"
 #include "vela/object.h"
 #include "vela/string.h"
 
@@ -61,16 +65,25 @@ class Loader {
   virtual const char* SymbolNameForAddress(uintptr_t address);
   virtual void* GetFrameworkFunction(const char* name);
 
-  // Reads the image behind the stub `module` and patches it; false when
-  // there is none or it could not be read (each failure is reported).
+  // Reads the image behind the stub `module` (nil: the executable) and
+  // patches it against `frameworkModule` (nil: this library); false when
+  // there is none or it could not be read. Each failure is reported.
   bool LoadFromExecutable(void* module, void* frameworkModule);
+  // The same for an image that starts at `offset` in the file `path`, and
+  // for an image held in memory.
+  bool LoadImageFile(const char* path, uint64_t offset);
+  bool LoadImageBytes(const uint8_t* bytes, size_t length);
+  class Source;  // where a load reads the image from
 
   // Lets a test stand in for a loaded image: code bounds and a symbol table
-  // in the stored form (count, entries, names). Nil code forgets the image.
+  // in the stored form (count, entries, names). Nil code forgets the image;
+  // an image this loader had loaded is released first.
   void AdoptImageForTesting(uint8_t* code, uint32_t codeLength, const uint8_t* symbolTable,
                             uint32_t symbolTableLength);
 
  protected:
+  // The singleton is the loader of the process; tests and the fuzzer make
+  // loaders of their own, which free everything they mapped when deleted.
   Loader() = default;
 
  public:
@@ -87,13 +100,54 @@ class Loader {
   void* mFrameworkModule = nullptr;
 
  private:
+  bool ReadImage(Source& source);
+  // Gives back everything the last load took: mappings, sections, symbol
+  // rows, jump stubs and the image's rows of the resource table.
+  void ReleaseImage();
+  void ForgetSymbolRows();
+  void ForgetResources();
+  bool PlaceIsValid(uint64_t offset, uint32_t width) const;
+  uint64_t ChainStepLimit() const;
+  // One chain of a relocation stream: its next place and what to write.
+  struct ChainPatch {
+    uint32_t place;
+    uint32_t width;
+    enum How : uint8_t { kCall, kStore32, kStore64 } how;
+    uint64_t value;  // the stub of a call, or the word to store
+    uint64_t steps;
+  };
+  void WalkChains(std::vector<ChainPatch>& chains);
+  bool PatchPlace(const ChainPatch& chain, uint8_t* at);
+  uint8_t* StubFor(void* function);
   const ImageSymbol* CoveringSymbol(uintptr_t address, bool* inCode);
+
+  uint8_t* mMapping = nullptr;  // code and data, below 2 GiB
+  size_t mMappingSize = 0;
+  std::vector<std::pair<uint8_t*, size_t>> mStubChunks;  // jump stubs, below 2 GiB
+  size_t mStubsUsed = 0;                                // in the last chunk
+  std::unordered_map<void*, uint8_t*> mStubs;           // function -> its stub
+  void* mFrameworkHandle = nullptr;                     // dlopen handle, on first use
+  std::vector<std::pair<uintptr_t, uintptr_t>> mFrameworkRanges;  // its segments
+  std::string mFrameworkFolder;                         // searched first by LoadLibrary
 
   ImageSymbol* mSymbolRows = nullptr;  // built on first use
   uint32_t mSymbolCount = 0;
   bool mSymbolsBuilt = false;
   bool mSymbolsSorted = false;
-  bool mOwnsTestSymbols = false;
 };
+
+// A row of the process-wide resource table: one entry of a loaded image's
+// resource section. The pointers lie in the loader's copy of the section.
+struct ImageResource {
+  uint32_t type;
+  int32_t dataLength;
+  const uint8_t* data;
+  const char* name;  // not terminated
+  uint32_t nameLength;
+  uint64_t nameFileOffset;  // where the name lies in the executable file
+};
+SimpleVector<ImageResource>& ImageResourceTable();
+// The first row of `type` whose name is exactly `name`, or nil.
+const ImageResource* FindImageResource(uint32_t type, std::string_view name);
 
 }  // namespace vela

@@ -58,8 +58,6 @@ Loader& Loader::Instance() {
   return *loader;
 }
 
-Loader::~Loader() = default;
-
 uint8_t* Loader::CodeBase() const { return mCodeSection.data; }
 uint32_t Loader::CodeLength() const { return mCodeSection.length; }
 uint8_t* Loader::DataBase() const { return mDataSection.data; }
@@ -122,22 +120,23 @@ const char* Loader::SymbolNameForAddress(uintptr_t address) {
   return row && row->name ? StringText(row->name) : "";
 }
 
-void Loader::AdoptImageForTesting(uint8_t* code, uint32_t codeLength, const uint8_t* symbolTable,
-                                  uint32_t symbolTableLength) {
+void Loader::ForgetSymbolRows() {
   for (uint32_t i = 0; i < mSymbolCount; ++i) RuntimeUnlockString(mSymbolRows[i].name);
   delete[] mSymbolRows;
   mSymbolRows = nullptr;
   mSymbolCount = 0;
   mSymbolsBuilt = false;
-  if (mOwnsTestSymbols) delete[] mSymbolTableSection.data;
-  mOwnsTestSymbols = false;
+  mSymbolsSorted = false;
+}
+
+void Loader::AdoptImageForTesting(uint8_t* code, uint32_t codeLength, const uint8_t* symbolTable,
+                                  uint32_t symbolTableLength) {
+  ReleaseImage();
   mCodeSection = {code, codeLength, 0, 0};
-  mSymbolTableSection = {};
   if (code && symbolTable && symbolTableLength) {
     auto* copy = new uint8_t[symbolTableLength];
     std::memcpy(copy, symbolTable, symbolTableLength);
     mSymbolTableSection = {copy, symbolTableLength, 0, 0};
-    mOwnsTestSymbols = true;
   }
 }
 

@@ -4,6 +4,7 @@
 #include "kit/recording_reporter.h"
 #include "kit/string_counts.h"
 #include "string_test_support.h"
+#include "text/code_page.h"
 #include "text/encoding_convert.h"
 
 namespace {
@@ -59,10 +60,13 @@ TEST(ConvertString, SameOrRawTargetGivesTheStringItself) {
   EXPECT_EQ(ConvertString(nullptr, kEncodingUTF8), nullptr);
 }
 
-TEST(ConvertString, AsciiKeepsSevenBitsAndMarksTheRest) {
+TEST(ConvertString, AsciiIsRetaggedForByteEncodingsAndFoldedForUnicode) {
   StringHolder ascii = Make("a\xE9z", kEncodingASCII);
-  EXPECT_EQ(Bytes(Convert(ascii, kEncodingUTF8).get()), "a?z");
-  EXPECT_EQ(Units(Convert(ascii, kEncodingUTF16).get()), u"a?z");
+  StringHolder asUtf8 = Convert(ascii, kEncodingUTF8);
+  EXPECT_EQ(Bytes(asUtf8.get()), "a\xE9z");  // re-tagged, bytes untouched
+  EXPECT_EQ(asUtf8.get()->mEncoding, kEncodingUTF8);
+  EXPECT_EQ(Bytes(Convert(ascii, 0x202).get()), "a\xE9z");
+  EXPECT_EQ(Units(Convert(ascii, kEncodingUTF16).get()), u"aiz");  // the eighth bit drops
   StringHolder utf8 = Make("a" + kUtf8 + "z", kEncodingUTF8);
   EXPECT_EQ(Bytes(Convert(utf8, kEncodingASCII).get()), "a???z");  // one mark per code point
 }
@@ -102,18 +106,76 @@ TEST(ConvertString, RawBytesAreReadInTheSystemEncoding) {
   EXPECT_EQ(vela::kSystemEncoding, kEncodingUTF8);
 }
 
-TEST(ConvertString, UnsupportedEncodingsReportBothCodes) {
+TEST(ConvertString, CodePagesGiveTheirExactBytes) {
+  struct Case {
+    uint32_t encoding;
+    std::string bytes;
+    std::u16string units;
+  } cases[] = {
+      {0x500, "\x80", u"\u20AC"},                    // windows-1252
+      {kEncodingMacRoman, "\x8E", u"\u00E9"},
+      {0xA01, "\x93\xFA\x96\x7B", u"\u65E5\u672C"},  // Shift-JIS
+      {kEncodingUTF16BE, std::string("\0A", 2), u"A"},
+      {0x400, "\x1A\x7F\x80", u"\u001A\u007F\u00C7"},  // cp437 keeps its controls
+      {0x41D, "\x80\xA1", u"\u20AC\u0E01"},            // cp874
+      {0x422, "\xB0\xA1", u"\uAC00"},                   // cp949
+      {0x423, "\xA4\x40", u"\u4E00"},                   // cp950
+      {0x421, "\xD6\xD0", u"\u4E2D"},                   // GBK
+      {0x920, "\xC6\xFC\xCB\xDC\x8E\xB1", u"\u65E5\u672C\uFF71"},  // EUC-JP
+      {0x820, "\x1B$BF|K\\\x1B(B!", u"\u65E5\u672C!"},                // ISO-2022-JP
+      {0x510, "\x88\x61", u"\uAC00"},                   // Johab
+      {0xC01, "\xC1", u"A"},                              // EBCDIC 37
+  };
+  for (const Case& c : cases) {
+    StringHolder source = Make(c.bytes, c.encoding);
+    EXPECT_EQ(Units(Convert(source, kEncodingUTF16).get()), c.units) << std::hex << c.encoding;
+    StringHolder wide = MakeUtf16(c.units);
+    StringHolder back = Convert(wide, c.encoding);
+    ASSERT_TRUE(back) << std::hex << c.encoding;
+    EXPECT_EQ(Bytes(back.get()), c.bytes) << std::hex << c.encoding;
+    EXPECT_EQ(back.get()->mEncoding, c.encoding);
+  }
+}
+
+TEST(ConvertString, EveryMappedByteOfASingleBytePageComesBack) {
+  for (uint32_t page : vela::SupportedCodePages()) {
+    if (!vela::IsSingleByteCodePage(page)) continue;
+    const uint32_t encoding = vela::EncodingFromCodePage(page);
+    for (int b = 1; b < 256; ++b) {
+      if (page == 20127 && b >= 0x80) continue;  // US-ASCII folds these onto 0x00..0x7F
+      StringHolder one = Make(std::string(1, char(b)), encoding);
+      StringHolder wide = Convert(one, kEncodingUTF16);
+      ASSERT_TRUE(wide) << page << " " << b;
+      if (Units(wide.get()) == u"\uFFFD") continue;  // the byte maps to nothing
+      EXPECT_EQ(Bytes(Convert(wide, encoding).get()), std::string(1, char(b)))
+          << "code page " << page << " byte " << b;
+    }
+  }
+}
+
+TEST(ConvertString, NeverRaisesOnWhatCannotBeConverted) {
   RecordingReporter reporter;
-  StringHolder japanese = Make("\x82\xA0", 0xA01);
-  EXPECT_EQ(ConvertString(japanese.get(), kEncodingUTF8), nullptr);
-  ASSERT_EQ(reporter.count(), 1u);
-  EXPECT_EQ(reporter.reports()[0].condition, "not built yet");
-  EXPECT_EQ(reporter.reports()[0].message, "ConvertString from 0xA01 to 0x8000100");
-  StringHolder utf8 = Make("a", kEncodingUTF8);
-  EXPECT_EQ(ConvertString(utf8.get(), 0x202), nullptr);
-  EXPECT_TRUE(reporter.SawMessage("to 0x202"));
-  EXPECT_FALSE(vela::CanConvertEncoding(0x202));
+  StringHolder utf8 = Make("a\xE2\x82\xAC", kEncodingUTF8);
+  EXPECT_EQ(Bytes(Convert(utf8, 0x201).get()), "a?");        // ISO-8859-1 lacks the euro
+  EXPECT_EQ(Bytes(Convert(utf8, 0xA01).get()), "a?");        // and so does Shift-JIS
+  EXPECT_EQ(Convert(utf8, 0x1).get(), nullptr);              // Mac Japanese: no converter
+  EXPECT_EQ(Convert(utf8, 0xFFFF1234).get(), nullptr);       // an unknown code page
+  StringHolder truncated = Make("\x93", 0xA01);               // half a double-byte character
+  EXPECT_NE(Convert(truncated, kEncodingUTF8).get(), nullptr);
+  EXPECT_EQ(reporter.count(), 0u);
+  EXPECT_FALSE(vela::CanConvertEncoding(0x1));
   EXPECT_TRUE(vela::CanConvertEncoding(kEncodingUnknown));
+}
+
+TEST(CodePageMap, PagesAndCodesMapBothWays) {
+  EXPECT_EQ(vela::EncodingFromCodePage(874), 0x41Du);
+  EXPECT_EQ(vela::EncodingFromCodePage(1200), kEncodingUTF16LE);
+  EXPECT_EQ(vela::EncodingFromCodePage(1149), 0xFFFF047Du);  // no row: the direct range
+  EXPECT_EQ(vela::CodePageFromEncoding(0xFFFF047D), 1149u);
+  EXPECT_EQ(vela::CodePageFromEncoding(kEncodingUTF16), 1200u);
+  EXPECT_EQ(vela::CodePageFromEncoding(0x920), 900000u);
+  EXPECT_EQ(vela::CodePageFromEncoding(0x1F), 0u);
+  EXPECT_FALSE(vela::IsValidCodePage(1149));
 }
 
 }  // namespace

@@ -21,16 +21,6 @@ using testkit::AppFlavour;
 using testkit::AppTrace;
 using testkit::RunInChild;
 
-// Runs the statements in a child; a failed expectation there fails the test.
-#define EXPECT_CHILD_OK(...)                                                       \
-  do {                                                                             \
-    auto result = RunInChild([&]() -> int {                                        \
-      [&]() { __VA_ARGS__; }();                                                    \
-      return 0;                                                                    \
-    });                                                                            \
-    EXPECT_TRUE(result.ok()) << result.Describe();                                 \
-  } while (0)
-
 void Trace(RuntimeObject*, const char* what) { AppTrace().push_back(what); }
 void OnOpen(RuntimeObject* app) { Trace(app, "Open"); }
 void OnOpening(RuntimeObject* app) { Trace(app, "Opening"); }
@@ -53,7 +43,7 @@ std::vector<std::string> gRaised;
 void ObserveRaise(const char* className, int32_t, const char*) { gRaised.push_back(className); }
 
 TEST(RuntimeInit, RegistersWindowClassesAndMakesTheMainThread) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     RuntimeInit();
     EXPECT_EQ(reporter.count(), 0u);
@@ -84,7 +74,7 @@ TEST(RuntimeInit, RegistersWindowClassesAndMakesTheMainThread) {
 }
 
 TEST(Application, FirstObjectBecomesTheApplicationAndLaterOnesDoNot) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     auto classes = testkit::MakeAppClasses(AppFlavour::kDesktop);
     RuntimeObject* first = RuntimeNewObject(classes.app);
@@ -107,7 +97,7 @@ TEST(Application, FirstObjectBecomesTheApplicationAndLaterOnesDoNot) {
 }
 
 TEST(Application, EventsOfAnObjectOfNeitherFlavourAreAFault) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     testkit::MakeAppClasses(AppFlavour::kDesktop);
     RuntimeObject* stranger = RuntimeNewObject(testkit::ClassBuilder("Stranger").Build());
@@ -121,7 +111,7 @@ TEST(Application, EventsOfAnObjectOfNeitherFlavourAreAFault) {
 
 TEST(Application, DarkModeSwitchCountsForTrueInAnyCaseAndForOne) {
   for (const char* value : {"true", "TRUE", "True", "1"}) {
-    EXPECT_CHILD_OK({
+    VELA_EXPECT_CHILD_OK({
       setenv("VELA_WIN32_DARKMODE_DISABLED", value, 1);
       RuntimeInit();
       auto classes = testkit::MakeAppClasses(AppFlavour::kClassic);
@@ -131,7 +121,7 @@ TEST(Application, DarkModeSwitchCountsForTrueInAnyCaseAndForOne) {
     });
   }
   for (const char* value : {"yes", "0", "", "truee"}) {
-    EXPECT_CHILD_OK({
+    VELA_EXPECT_CHILD_OK({
       setenv("VELA_WIN32_DARKMODE_DISABLED", value, 1);
       RuntimeInit();
       auto classes = testkit::MakeAppClasses(AppFlavour::kClassic);
@@ -142,7 +132,7 @@ TEST(Application, DarkModeSwitchCountsForTrueInAnyCaseAndForOne) {
 }
 
 TEST(Application, MdiModeTurnsAutoQuitOff) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;  // the MDI frame reports itself as missing
     RuntimeInit();
     RuntimeInitializeMDIApp(nullptr);
@@ -157,7 +147,7 @@ TEST(Application, MdiModeTurnsAutoQuitOff) {
 }
 
 TEST(FrameworkInitialization, StartEventGoesThroughTheProtectedCallThenNewDocument) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     auto classes = testkit::MakeAppClasses(AppFlavour::kClassic);
     testkit::SetEventHandler(classes.app, "Open", reinterpret_cast<void*>(OnOpen));
@@ -170,7 +160,7 @@ TEST(FrameworkInitialization, StartEventGoesThroughTheProtectedCallThenNewDocume
 }
 
 TEST(FrameworkInitialization, DesktopNamesAreUsedForDesktopApplications) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     auto classes = testkit::MakeAppClasses(AppFlavour::kDesktop);
     testkit::SetEventHandler(classes.app, "Opening", reinterpret_cast<void*>(OnOpening));
@@ -183,7 +173,7 @@ TEST(FrameworkInitialization, DesktopNamesAreUsedForDesktopApplications) {
 }
 
 TEST(FrameworkInitialization, EmptyCommandLineWithDocumentHandlerGivesNewDocument) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     State().arguments = {};  // an empty tail counts as no handler
     State().argumentsKnown = true;
@@ -198,7 +188,7 @@ TEST(FrameworkInitialization, EmptyCommandLineWithDocumentHandlerGivesNewDocumen
 }
 
 TEST(FrameworkInitialization, DocumentOnCommandLineSuppressesNewDocument) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;  // folder items report themselves as missing
     RuntimeInit();
     State().arguments = {"/tmp/My Letter.txt"};
@@ -215,7 +205,7 @@ TEST(FrameworkInitialization, DocumentOnCommandLineSuppressesNewDocument) {
 }
 
 TEST(FrameworkInitialization, NilCallbackAndMissingMethodAreAssertions) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     RuntimeInit();
     auto classes = testkit::MakeAppClasses(AppFlavour::kClassic, /*withCallMethod=*/false);
@@ -227,7 +217,7 @@ TEST(FrameworkInitialization, NilCallbackAndMissingMethodAreAssertions) {
 }
 
 TEST(RuntimeRun, AutoQuitAsksAgainAfterARefusalThenEndsAndDropsTheApplication) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     SetRaiseObserver(ObserveRaise);
     auto classes = testkit::MakeAppClasses(AppFlavour::kClassic);
@@ -248,7 +238,7 @@ TEST(RuntimeRun, AutoQuitAsksAgainAfterARefusalThenEndsAndDropsTheApplication) {
 }
 
 TEST(RuntimeRun, RunsOnlyOncePerProcess) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     SetRaiseObserver(ObserveRaise);
     auto classes = testkit::MakeAppClasses(AppFlavour::kDesktop);
@@ -265,7 +255,7 @@ TEST(RuntimeRun, RunsOnlyOncePerProcess) {
 }
 
 TEST(Quit, RefusedRequestNeitherRaisesNorQuits) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     SetRaiseObserver(ObserveRaise);
     auto classes = testkit::MakeAppClasses(AppFlavour::kClassic);
@@ -283,7 +273,7 @@ TEST(Quit, RefusedRequestNeitherRaisesNorQuits) {
 }
 
 TEST(Quit, NoRaiseWhileAnUnhandledExceptionIsDelivered) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeInit();
     SetRaiseObserver(ObserveRaise);
     State().deliveringUnhandledException = true;
@@ -298,7 +288,7 @@ void ExitA() { gExitOrder += "a"; }
 void ExitB() { gExitOrder += "b"; }
 
 TEST(Shutdown, ExitHandlersRunInOrderOnEveryCall) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeAddExitHandler(ExitA);
     RuntimeAddExitHandler(ExitB);
     RuntimeExit();
@@ -309,7 +299,7 @@ TEST(Shutdown, ExitHandlersRunInOrderOnEveryCall) {
 }
 
 TEST(Shutdown, MainExportKeepsArgumentsAndStopsWithoutAnImage) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     RuntimeInit();
     const char* argv[] = {"app", "one", "two words", nullptr};
@@ -321,7 +311,7 @@ TEST(Shutdown, MainExportKeepsArgumentsAndStopsWithoutAnImage) {
 }
 
 TEST(ApplicationState, PathIsCountedAndVersionsAnswerAsMissing) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     TESSstring path = NewString("/opt/app", -1, kEncodingUTF8);
     RuntimeSetApplicationPath(path);
     EXPECT_EQ(path->mRefCount, 2);

@@ -56,3 +56,14 @@ ChildResult RunProgram(const std::vector<std::string>& argv,
                        std::chrono::milliseconds timeout = std::chrono::seconds(20));
 
 }  // namespace vela::testkit
+
+// Runs the statements in a forked child (a once-per-process scenario); a
+// failed expectation there, a crash or a hang fails the calling test.
+#define VELA_EXPECT_CHILD_OK(...)                                   \
+  do {                                                              \
+    auto velaChildResult = ::vela::testkit::RunInChild([&]() -> int { \
+      [&]() { __VA_ARGS__; }();                                     \
+      return 0;                                                     \
+    });                                                             \
+    EXPECT_TRUE(velaChildResult.ok()) << velaChildResult.Describe(); \
+  } while (0)

@@ -25,20 +25,11 @@ NativeClassDecl<Gadget> gGadgetDecl(nullptr, "BindingGadget", gGadgetEvents);
 NativeClassDecl<Gadget> gFancyGadgetDecl(&gGadgetDecl, "BindingFancyGadget");
 InterfaceDecl gWatcherInterface("BindingWatcher");
 
-#define EXPECT_CHILD_OK(...)                                 \
-  do {                                                       \
-    auto result = testkit::RunInChild([&]() -> int {         \
-      [&]() { __VA_ARGS__; }();                              \
-      return 0;                                              \
-    });                                                      \
-    EXPECT_TRUE(result.ok()) << result.Describe();           \
-  } while (0)
-
 int gActions = 0;
 void OnAction(RuntimeObject*) { ++gActions; }
 
 TEST(ClassBinding, NamesMatchWithoutCaseAndEventIdsComeFromTheClassOwnRange) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     RuntimeClass* root = ClassBuilder("Root").Event("Action").Build();
     RuntimeClass* gadget = ClassBuilder("bindinggadget")
@@ -74,7 +65,7 @@ TEST(ClassBinding, NamesMatchWithoutCaseAndEventIdsComeFromTheClassOwnRange) {
 }
 
 TEST(ClassBinding, UnboundDeclarationIsNoInstanceAndCannotMakeOne) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     RuntimeClass* plain = ClassBuilder("Plain").InstanceSize(48).Build();
     RuntimeInitExternalClasses();
@@ -89,7 +80,7 @@ TEST(ClassBinding, UnboundDeclarationIsNoInstanceAndCannotMakeOne) {
 }
 
 TEST(ClassBinding, SubclassWithoutDeclarationGetsTheNativePartOfItsBase) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     RuntimeClass* gadget = ClassBuilder("BindingGadget").Backwards().Build();
     RuntimeClass* mine = ClassBuilder("MyGadget").Base(gadget).Backwards().InstanceSize(24).Build();
     RuntimeInitExternalClasses();
@@ -105,7 +96,7 @@ TEST(ClassBinding, SubclassWithoutDeclarationGetsTheNativePartOfItsBase) {
 }
 
 TEST(ClassBinding, InterfaceAndClassKindsMustAgree) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     ClassBuilder("BindingGadget").Interface().Build();
     RuntimeClass* watcher = ClassBuilder("BindingWatcher").Build();
@@ -118,14 +109,14 @@ TEST(ClassBinding, InterfaceAndClassKindsMustAgree) {
 }
 
 TEST(ClassBinding, SuperDeclarationMustBeBoundAndInherited) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     ClassBuilder("BindingFancyGadget").Backwards().Build();
     RuntimeInitExternalClasses();
     ASSERT_TRUE(reporter.Saw("super->mClassPtr"));
     EXPECT_TRUE(reporter.SawMessage("BindingFancyGadget is missing super BindingGadget"));
   });
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     ClassBuilder("BindingGadget").Backwards().Build();
     ClassBuilder("BindingFancyGadget").Backwards().Build();  // not below BindingGadget
@@ -137,7 +128,7 @@ TEST(ClassBinding, SuperDeclarationMustBeBoundAndInherited) {
 }
 
 TEST(ClassBinding, ClassAlreadyCarryingADeclarationIsAFault) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     ClassBuilder("BindingGadget").Backwards().Decl(&gFancyGadgetDecl).Build();
     RuntimeInitExternalClasses();
@@ -146,7 +137,7 @@ TEST(ClassBinding, ClassAlreadyCarryingADeclarationIsAFault) {
 }
 
 TEST(ClassBinding, NativeDataWithoutBackwardsFlagIsReported) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     testkit::RecordingReporter reporter;
     RuntimeClass* gadget = ClassBuilder("BindingGadget").InstanceSize(48).Build();
     RuntimeInitExternalClasses();

@@ -30,15 +30,6 @@ using exctest::Call;
 using exctest::ExceptionClasses;
 using exctest::FixtureImage;
 
-#define EXPECT_CHILD_OK(...)                                   \
-  do {                                                         \
-    auto result = testkit::RunInChild([&]() -> int {           \
-      [&]() { __VA_ARGS__; }();                                \
-      return 0;                                                \
-    });                                                        \
-    EXPECT_TRUE(result.ok()) << result.Describe();             \
-  } while (0)
-
 // The fixtures' own frame description entries, from the program's unwind
 // tables, registered as compiled code registers its tables.
 void RegisterFixtureTables() {
@@ -77,7 +68,7 @@ int gUnhandled = 0;
 void CountUnhandled(RuntimeObject*) { ++gUnhandled; }
 
 TEST(Dispatch, FrameTableLandingPadGetsTheExceptionAfterTheLibraryFunctionReturned) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     testkit::LeakCheck leaks;
     RegisterFixtureTables();
@@ -112,7 +103,7 @@ intptr_t CatchAndReraise(const void*) {
 }
 
 TEST(Dispatch, ReraiseKeepsTheStackAndFindsTheNextHandler) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     testkit::LeakCheck leaks;
     RegisterFixtureTables();
@@ -121,7 +112,7 @@ TEST(Dispatch, ReraiseKeepsTheStackAndFindsTheNextHandler) {
 }
 
 TEST(Dispatch, InlineMarksWithAndWithoutSlotNestedShortAndBehindAnEpilogue) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     testkit::LeakCheck leaks;
     FixtureImage image;
@@ -143,7 +134,7 @@ TEST(Dispatch, InlineMarksWithAndWithoutSlotNestedShortAndBehindAnEpilogue) {
 }
 
 TEST(Dispatch, WithoutAnyHandlerTheUnhandledPathRunsAndTheCallerGoesOn) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     testkit::LeakCheck leaks;
     SetUnhandledExceptionHelper(CountUnhandled);
@@ -176,7 +167,7 @@ __attribute__((noinline)) void RaiseAtDepth(RuntimeObject* e, int depth) {
 }
 
 TEST(Dispatch, AnExceptionRaisedTwiceKeepsOnlyTheSecondStack) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     SetUnhandledExceptionHelper(CountUnhandled);
     RuntimeObject* e = RuntimeNewObject(classes.Get("OutOfBoundsException"));
@@ -212,7 +203,7 @@ __attribute__((noinline)) intptr_t LookThenRaise(const void*) {
 }
 
 TEST(Dispatch, PluginFramesWithoutFramePointersDoNotMisleadTheWalk) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     FixtureImage image;
     // The plug-in's decoy frame record names a call that has a handler.
@@ -230,7 +221,7 @@ TEST(Dispatch, PluginFramesWithoutFramePointersDoNotMisleadTheWalk) {
 }
 
 TEST(Dispatch, BothWalksAgreeWhereEveryFrameKeepsItsFramePointer) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     FixtureImage image;
     ExpectOwnedException(Call(image.Function(vela_img_slot), LookThenRaise, nullptr));
@@ -243,7 +234,7 @@ TEST(Dispatch, BothWalksAgreeWhereEveryFrameKeepsItsFramePointer) {
 }
 
 TEST(Dispatch, StackFramesGiveEveryAddressAndTheImageFunctionsName) {
-  EXPECT_CHILD_OK({
+  VELA_EXPECT_CHILD_OK({
     ExceptionClasses classes;
     testkit::LeakCheck leaks;
     FixtureImage image;

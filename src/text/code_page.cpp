@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <cstring>
 #include <mutex>
 #include <new>
 #include <stdexcept>
@@ -18,6 +19,7 @@
 #include <unicode/ucnv_err.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
+#include <unicode/utf8.h>
 
 #include "vela/string.h"
 
@@ -156,13 +158,22 @@ const CodePageRow* FindRow(uint32_t codePage) {
   return nullptr;
 }
 
+}  // namespace
+
 // ---- single-byte tables -------------------------------------------------
 
 struct SingleByteTable {
   char16_t toUnicode[256];
   uint16_t fromUnicode[0x10000];  // kNoByte where the page has no byte
+  // Each byte's character in UTF-8, padded with zeros to four bytes.
+  unsigned char utf8[256][4];
+  uint8_t utf8Length[256];
   bool usable = false;
+  // False when a byte decodes to a surrogate, which only the pivot pairs up.
+  bool direct = false;
 };
+
+namespace {
 
 void BuildSingleByteTable(const CodePageRow& row, SingleByteTable& table) {
   UErrorCode status = U_ZERO_ERROR;
@@ -193,6 +204,26 @@ void BuildSingleByteTable(const CodePageRow& row, SingleByteTable& table) {
   for (int b = 0; b < 256; ++b) {
     const char16_t u = table.toUnicode[b];
     if (u != kReplacement && table.fromUnicode[u] == kNoByte) table.fromUnicode[u] = uint16_t(b);
+  }
+  table.direct = true;
+  for (int b = 0; b < 256; ++b) {
+    const char16_t u = table.toUnicode[b];
+    unsigned char* e = table.utf8[b];
+    std::fill(e, e + 4, 0);
+    if (u < 0x80) {
+      e[0] = uint8_t(u);
+      table.utf8Length[b] = 1;
+    } else if (u < 0x800) {
+      e[0] = uint8_t(0xC0 | (u >> 6));
+      e[1] = uint8_t(0x80 | (u & 0x3F));
+      table.utf8Length[b] = 2;
+    } else {
+      e[0] = uint8_t(0xE0 | (u >> 12));
+      e[1] = uint8_t(0x80 | ((u >> 6) & 0x3F));
+      e[2] = uint8_t(0x80 | (u & 0x3F));
+      table.utf8Length[b] = 3;
+    }
+    if (U16_IS_SURROGATE(u)) table.direct = false;
   }
   table.usable = true;
 }
@@ -530,6 +561,99 @@ bool WideToMultiByte(uint32_t codePage, const char16_t* units, size_t count, std
   } catch (const std::length_error&) {
   }
   return false;
+}
+
+// ---- direct paths ---------------------------------------------------------
+
+bool IsConvertibleLength(size_t length) { return Fits(length); }
+
+const SingleByteTable* SingleByteTableFor(uint32_t codePage) {
+  const CodePageRow* row = FindRow(codePage);
+  if (!row || row->kind != Kind::kSingleByte) return nullptr;
+  const SingleByteTable* table = SingleByteTableFor(*row);
+  return table && table->direct ? table : nullptr;
+}
+
+size_t SingleByteToUtf8Length(const SingleByteTable& table, const unsigned char* bytes,
+                              size_t length) {
+  size_t total = 0;
+  for (size_t i = 0; i < length; ++i) total += table.utf8Length[bytes[i]];
+  return total;
+}
+
+void SingleByteToUtf8(const SingleByteTable& table, const unsigned char* bytes, size_t length,
+                      char* out) {
+  // Every byte gives at least one, so while four input bytes are left there
+  // is room for a whole four-byte store of the padded character.
+  size_t i = 0;
+  for (; i + 4 <= length; ++i) {
+    std::memcpy(out, table.utf8[bytes[i]], 4);
+    out += table.utf8Length[bytes[i]];
+  }
+  for (; i < length; ++i) {
+    const unsigned char* e = table.utf8[bytes[i]];
+    for (uint8_t k = 0; k < table.utf8Length[bytes[i]]; ++k) *out++ = char(e[k]);
+  }
+}
+
+void SingleByteToUtf16(const SingleByteTable& table, const unsigned char* bytes, size_t length,
+                       char16_t* out) {
+  for (size_t i = 0; i < length; ++i) out[i] = table.toUnicode[bytes[i]];
+}
+
+size_t Utf8ToSingleByte(const SingleByteTable& table, const unsigned char* utf8, size_t length,
+                        char* out, size_t capacity) {
+  if (!Fits(length)) return 0;
+  const int32_t n = int32_t(length);
+  size_t produced = 0;
+  for (int32_t i = 0; i < n;) {
+    UChar32 c;
+    U8_NEXT_OR_FFFD(utf8, i, n, c);
+    // A supplementary character is one '?', as its surrogate pair is.
+    const uint16_t b = c > 0xFFFF ? kNoByte : table.fromUnicode[c];
+    if (produced < capacity) out[produced] = b == kNoByte ? '?' : char(b);
+    ++produced;
+  }
+  return produced;
+}
+
+size_t Utf8ToUtf16(const unsigned char* utf8, size_t length, char16_t* out, size_t capacity) {
+  if (!Fits(length) || capacity > size_t(INT32_MAX)) return 0;
+  int32_t produced = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strFromUTF8WithSub(reinterpret_cast<UChar*>(out), int32_t(capacity), &produced,
+                       reinterpret_cast<const char*>(utf8), int32_t(length), kReplacement, nullptr,
+                       &status);
+  if (U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR) return 0;
+  return size_t(produced);
+}
+
+size_t Utf16ToUtf8(const char16_t* units, size_t count, char* out, size_t capacity) {
+  if (!Fits(count) || capacity > size_t(INT32_MAX)) return 0;
+  int32_t produced = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strToUTF8WithSub(out, int32_t(capacity), &produced, reinterpret_cast<const UChar*>(units),
+                     int32_t(count), kReplacement, nullptr, &status);
+  if (U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR) return 0;
+  return size_t(produced);
+}
+
+size_t Utf16ToUtf8Length(const char16_t* units, size_t count) {
+  size_t total = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const char16_t u = units[i];
+    if (u < 0x80) {
+      total += 1;
+    } else if (u < 0x800) {
+      total += 2;
+    } else if (U16_IS_LEAD(u) && i + 1 < count && U16_IS_TRAIL(units[i + 1])) {
+      total += 4;
+      ++i;
+    } else {
+      total += 3;  // a character of the BMP, or U+FFFD for an unpaired surrogate
+    }
+  }
+  return total;
 }
 
 }  // namespace vela

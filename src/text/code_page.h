@@ -56,4 +56,42 @@ bool MultiByteToWide(uint32_t codePage, const unsigned char* bytes, size_t lengt
 // character the page lacks (and for an unpaired surrogate).
 bool WideToMultiByte(uint32_t codePage, const char16_t* units, size_t count, std::string& out);
 
+// ---- direct paths ---------------------------------------------------------
+// The common conversions without the UTF-16 pivot, writing into memory the
+// caller provides. Each gives exactly the text that MultiByteToWide and
+// WideToMultiByte give through the pivot. The functions that take a
+// `capacity` never write more than that and answer the size the whole
+// result needs, which is more than `capacity` when it did not fit.
+
+// True when `length` input bytes or units are within what the code-page
+// layer converts (beyond it MultiByteToWide and WideToMultiByte fail).
+bool IsConvertibleLength(size_t length);
+
+// The 256-entry table of a single-byte page, or null: not a single-byte
+// page, its table could not be built, or it has characters that the direct
+// paths cannot carry.
+struct SingleByteTable;
+const SingleByteTable* SingleByteTableFor(uint32_t codePage);
+
+// UTF-8 bytes that `length` bytes of the table's page become.
+size_t SingleByteToUtf8Length(const SingleByteTable& table, const unsigned char* bytes,
+                              size_t length);
+// Writes exactly SingleByteToUtf8Length(table, bytes, length) bytes.
+void SingleByteToUtf8(const SingleByteTable& table, const unsigned char* bytes, size_t length,
+                      char* out);
+// Writes `length` UTF-16 units.
+void SingleByteToUtf16(const SingleByteTable& table, const unsigned char* bytes, size_t length,
+                       char16_t* out);
+// One byte per character: '?' for a character the page lacks and for each
+// malformed sequence.
+size_t Utf8ToSingleByte(const SingleByteTable& table, const unsigned char* utf8, size_t length,
+                        char* out, size_t capacity);
+
+// Malformed sequences become U+FFFD.
+size_t Utf8ToUtf16(const unsigned char* utf8, size_t length, char16_t* out, size_t capacity);
+// An unpaired surrogate becomes U+FFFD.
+size_t Utf16ToUtf8(const char16_t* units, size_t count, char* out, size_t capacity);
+// The exact size of Utf16ToUtf8's result.
+size_t Utf16ToUtf8Length(const char16_t* units, size_t count);
+
 }  // namespace vela

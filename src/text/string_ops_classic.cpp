@@ -1,6 +1,8 @@
 // The classic operations table. The record's own operations forward to the
-// shared functions that the exports use; the substring, search, case and
-// field operations are still to come and report themselves by name.
+// shared functions that the exports use. The lengths, substrings and
+// character codes live in string_substrings.cpp, the searches in
+// string_search.cpp; the case, trim, join, replace and field operations are
+// still to come and report themselves by name.
 #include "text/string_ops_classic.h"
 
 #include "support/assert.h"
@@ -52,8 +54,6 @@ const char* StringOpsClassic::ContentsIfEncoded(TESSstring s, uint32_t encoding,
   return StringContentsIfEncoded(s, encoding, outLength);
 }
 
-// Operations not built yet: each reports its name and answers Nil or 0.
-
 // Operations that belong to the classic string functions and to Text: each
 // reports itself by name until its implementation lands, and answers as for
 // an impossible request.
@@ -62,29 +62,13 @@ const char* StringOpsClassic::ContentsIfEncoded(TESSstring s, uint32_t encoding,
     VELA_NOT_BUILT("StringOpsClassic::" #Name);            \
     return Fallback;                                       \
   }
-VELA_UNBUILT_SLOT(int32_t, CharLength, (TESSstring), 0)
-VELA_UNBUILT_SLOT(TESSstring, MidChars, (TESSstring, int32_t, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, MidBytes, (TESSstring, int32_t, int32_t), nullptr)
 VELA_UNBUILT_SLOT(TESSstring, LowerCase, (TESSstring), nullptr)
 VELA_UNBUILT_SLOT(TESSstring, UpperCase, (TESSstring), nullptr)
 VELA_UNBUILT_SLOT(TESSstring, TitleCase, (TESSstring), nullptr)
-VELA_UNBUILT_SLOT(int32_t, FindBytes, (TESSstring, TESSstring, int32_t), 0)
-VELA_UNBUILT_SLOT(int32_t, FindChars, (TESSstring, TESSstring, int32_t), 0)
 VELA_UNBUILT_SLOT(TESSstring, JoinFrom, (StringElementGetter, void*, int32_t, TESSstring), nullptr)
 VELA_UNBUILT_SLOT(TESSstring, Trim, (TESSstring, bool, bool), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, FromCodePoint, (int32_t, uint32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, FromByte, (int32_t), nullptr)
-VELA_UNBUILT_SLOT(uint32_t, CodePointAt, (TESSstring, int32_t), 0)
-VELA_UNBUILT_SLOT(int32_t, FirstByte, (TESSstring), 0)
-VELA_UNBUILT_SLOT(int32_t, SnapToChar, (TESSstring, int32_t), 0)
 VELA_UNBUILT_SLOT(StringCharIterator*, NewCharIterator, (TESSstring, int32_t, int32_t), nullptr)
 VELA_UNBUILT_SLOT(TextRecord*, ToText, (TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, LeftChars, (TESSstring, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, LeftBytes, (TESSstring, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, RightChars, (TESSstring, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, RightBytes, (TESSstring, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, MidToEndChars, (TESSstring, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, MidToEndBytes, (TESSstring, int32_t), nullptr)
 VELA_UNBUILT_SLOT(int32_t, CountFieldsChars, (TESSstring, TESSstring), 0)
 VELA_UNBUILT_SLOT(int32_t, CountFieldsBytes, (TESSstring, TESSstring), 0)
 VELA_UNBUILT_SLOT(TESSstring, NthFieldChars, (TESSstring, TESSstring, int32_t), nullptr)
@@ -93,7 +77,6 @@ VELA_UNBUILT_SLOT(TESSstring, ReplaceChars, (TESSstring, TESSstring, TESSstring)
 VELA_UNBUILT_SLOT(TESSstring, ReplaceBytes, (TESSstring, TESSstring, TESSstring), nullptr)
 VELA_UNBUILT_SLOT(TESSstring, ReplaceAllChars, (TESSstring, TESSstring, TESSstring), nullptr)
 VELA_UNBUILT_SLOT(TESSstring, ReplaceAllBytes, (TESSstring, TESSstring, TESSstring), nullptr)
-VELA_UNBUILT_SLOT(uint32_t, FirstCodePoint, (TESSstring), 0)
 #undef VELA_UNBUILT_SLOT
 
 void StringOpsClassic::SplitChars(TESSstring, TESSstring, StringPieceSink, void*) {

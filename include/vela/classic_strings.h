@@ -1,0 +1,56 @@
+/* The language's classic string functions: lengths, substrings, character
+ * codes and searches, in their character forms (by the string's encoding)
+ * and their byte forms. Positions are 1-based except in the Middle forms,
+ * which are 0-based. Strings received are borrowed; strings returned are
+ * owned by the caller, and a function that would return its argument
+ * unchanged returns it with one more reference. Nil is the empty string. */
+#ifndef VELA_CLASSIC_STRINGS_H
+#define VELA_CLASSIC_STRINGS_H
+
+#include "vela/string.h"
+
+VELA_BEGIN_DECLS
+
+/* Len (characters) and LenB (bytes). */
+VELA_API int32_t StringDBCSLen(TESSstring s);
+VELA_API int32_t StringLen(TESSstring s);
+
+/* Left, LeftB, Right, RightB. */
+VELA_API TESSstring StringDBCSLeft(TESSstring s, int32_t count);
+VELA_API TESSstring StringLeft(TESSstring s, int32_t count);
+VELA_API TESSstring StringDBCSRight(TESSstring s, int32_t count);
+VELA_API TESSstring StringRight(TESSstring s, int32_t count);
+
+/* Mid and MidB with two and three arguments. */
+VELA_API TESSstring StringDBCSMid2(TESSstring s, int32_t start);
+VELA_API TESSstring StringDBCSMid3(TESSstring s, int32_t start, int32_t count);
+VELA_API TESSstring StringMid2(TESSstring s, int32_t start);
+VELA_API TESSstring StringMid3(TESSstring s, int32_t start, int32_t count);
+
+/* Middle and MiddleBytes: 0-based starts. */
+VELA_API TESSstring StringMiddle(TESSstring s, int32_t start);
+VELA_API TESSstring StringMiddleWithLength(TESSstring s, int32_t start, int32_t count);
+VELA_API TESSstring StringMiddleBytes(TESSstring s, int32_t start);
+VELA_API TESSstring StringMiddleBytesWithLength(TESSstring s, int32_t start, int32_t count);
+
+/* Asc (first character's code), AscB (first byte), Chr (a character in
+ * ASCII or UTF-8), ChrB (one raw byte). */
+VELA_API uint32_t StringDBCSAsc(TESSstring s);
+VELA_API int32_t StringAsc(TESSstring s);
+VELA_API TESSstring StringDBCSChr(int32_t code);
+VELA_API TESSstring StringChr(int32_t code);
+
+/* InStr (case-insensitive, in characters) and InStrB (exact, in bytes):
+ * the 1-based position of the first occurrence at or after start, 0 when
+ * there is none; an empty find gives start. The extension forms take the
+ * source first. IndexOfBytes is the 0-based byte form, -1 when not found. */
+VELA_API int32_t StringInStr(int32_t start, TESSstring source, TESSstring find);
+VELA_API int32_t StringDBCSInStr(int32_t start, TESSstring source, TESSstring find);
+VELA_API int32_t StringExtendsInStr(TESSstring source, int32_t start, TESSstring find);
+VELA_API int32_t StringInStrB(int32_t start, TESSstring source, TESSstring find);
+VELA_API int32_t StringExtendsInStrB(TESSstring source, int32_t start, TESSstring find);
+VELA_API int32_t StringIndexOfBytes(TESSstring s, int32_t start, TESSstring find);
+
+VELA_END_DECLS
+
+#endif

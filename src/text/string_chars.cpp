@@ -1,0 +1,150 @@
+// Character stepping; see string_chars.h.
+#include "text/string_chars.h"
+
+#include <algorithm>
+
+#include "text/encoding_convert.h"
+#include "vela/string.h"
+
+namespace vela {
+namespace {
+
+constexpr LeadByteSet MakeSet(std::initializer_list<std::pair<int, int>> ranges) {
+  LeadByteSet set{};
+  for (auto [first, last] : ranges)
+    for (int b = first; b <= last; ++b) set.words[b >> 5] |= 1u << (b & 31);
+  return set;
+}
+
+// Shift-JIS (code page 932 and the Mac Japanese form).
+constexpr LeadByteSet kShiftJisLeads = MakeSet({{0x81, 0x9F}, {0xE0, 0xFC}});
+// GBK 936, Unified Hangul 949 and Big5 950 all lead with 0x81 to 0xFE.
+constexpr LeadByteSet kWideLeads = MakeSet({{0x81, 0xFE}});
+// EUC-JP: the two single-shift bytes and the JIS X 0208 row bytes.
+constexpr LeadByteSet kEucJpLeads = MakeSet({{0x8E, 0x8F}, {0xA1, 0xFE}});
+// EUC-CN, EUC-TW, EUC-KR and the GB 2312 and KS C 5601 forms of the Mac
+// pages. The 7-bit ISO-2022 forms carry no byte above 0x7F, so they share
+// the set of the EUC form of their script without effect on their text.
+constexpr LeadByteSet kEucLeads = MakeSet({{0xA1, 0xFE}});
+
+}  // namespace
+
+const LeadByteSet* LeadByteSetFor(uint32_t encoding) {
+  switch (encoding & 0xFFFFu) {
+    case 1: case 0x420: case 0xA01:
+      return &kShiftJisLeads;
+    case 2: case 0x421: case 0x422: case 0x423: case 0x622: case 0x630: case 0x631:
+    case 0x640: case 0xA03: case 0xA05:
+      return &kWideLeads;
+    case 0x920:
+      return &kEucJpLeads;
+    case 3: case 25: case 0x820: case 0x830: case 0x840: case 0x930: case 0x931: case 0x940:
+      return &kEucLeads;
+    default:
+      return nullptr;
+  }
+}
+
+CharRule CharRuleFor(uint32_t encoding) {
+  if (encoding == kEncodingUTF8) return {CharForm::kUtf8, nullptr};
+  if (IsUtf16Encoding(encoding)) return {CharForm::kUtf16, nullptr};
+  if (IsUtf32Encoding(encoding)) return {CharForm::kUtf32, nullptr};
+  if (const LeadByteSet* leads = LeadByteSetFor(encoding)) return {CharForm::kLeadByte, leads};
+  return {CharForm::kByte, nullptr};
+}
+
+uint32_t ResolveUnknownEncoding(uint32_t encoding) {
+  return encoding == kEncodingUnknown ? kSystemEncoding : encoding;
+}
+
+int64_t CountChars(const CharRule& rule, const unsigned char* text, int64_t length) {
+  switch (rule.form) {
+    case CharForm::kUtf8: {
+      int64_t n = 0;
+      for (int64_t i = 0; i < length; ++i) n += (text[i] & 0xC0) != 0x80;
+      return n;
+    }
+    case CharForm::kUtf16: return length / 2;
+    case CharForm::kUtf32: return length / 4;
+    case CharForm::kLeadByte: {
+      int64_t n = 0;
+      for (int64_t i = 0; i < length; ++n) i += (rule.leads->Has(text[i]) && i + 1 < length) ? 2 : 1;
+      return n;
+    }
+    case CharForm::kByte: break;
+  }
+  return length;
+}
+
+int64_t StepChars(const CharRule& rule, const unsigned char* text, int64_t length, int64_t from,
+                  int64_t count) {
+  int64_t i = std::clamp<int64_t>(from, 0, length);
+  switch (rule.form) {
+    case CharForm::kUtf8:
+      while (count > 0 && i < length) {
+        ++i;
+        while (i < length && (text[i] & 0xC0) == 0x80) ++i;
+        --count;
+      }
+      return i;
+    case CharForm::kUtf16: return std::min(length, i + std::min(count, length) * 2);
+    case CharForm::kUtf32: return std::min(length, i + std::min(count, length) * 4);
+    case CharForm::kLeadByte:
+      for (; count > 0 && i < length; --count)
+        i += (rule.leads->Has(text[i]) && i + 1 < length) ? 2 : 1;
+      return i;
+    case CharForm::kByte: break;
+  }
+  return std::min(length, i + std::min(count, length));
+}
+
+int64_t StepCharsBack(const CharRule& rule, const unsigned char* text, int64_t length,
+                      int64_t count) {
+  switch (rule.form) {
+    case CharForm::kUtf8: {
+      int64_t i = length;
+      while (count > 0 && i > 0) {
+        --i;
+        while (i > 0 && (text[i] & 0xC0) == 0x80) --i;
+        --count;
+      }
+      return i;
+    }
+    case CharForm::kLeadByte: {
+      // A trail byte can look like a lead byte, so only a walk from the
+      // front tells where characters begin.
+      const int64_t total = CountChars(rule, text, length);
+      if (count >= total) return 0;
+      return StepChars(rule, text, length, 0, total - count);
+    }
+    case CharForm::kUtf16: return std::max<int64_t>(0, length - std::min(count, length) * 2);
+    case CharForm::kUtf32: return std::max<int64_t>(0, length - std::min(count, length) * 4);
+    case CharForm::kByte: break;
+  }
+  return std::max<int64_t>(0, length - std::min(count, length));
+}
+
+int64_t CharStartAt(const CharRule& rule, const unsigned char* text, int64_t length,
+                    int64_t offset) {
+  if (offset <= 0 || length <= 0) return 0;
+  if (offset >= length) return length;
+  switch (rule.form) {
+    case CharForm::kUtf8:
+      while (offset > 0 && (text[offset] & 0xC0) == 0x80) --offset;
+      return offset;
+    case CharForm::kUtf16: return offset & ~int64_t(1);
+    case CharForm::kUtf32: return offset & ~int64_t(3);
+    case CharForm::kLeadByte: {
+      int64_t i = 0;
+      for (;;) {
+        const int64_t next = (rule.leads->Has(text[i]) && i + 1 < length) ? i + 2 : i + 1;
+        if (next > offset) return i;
+        i = next;
+      }
+    }
+    case CharForm::kByte: break;
+  }
+  return offset;
+}
+
+}  // namespace vela

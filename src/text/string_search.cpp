@@ -1,0 +1,276 @@
+// The classic searches: FindBytes (InStrB, exact) and FindChars (InStr,
+// case-insensitive by simple upper-case mapping, positions in characters of
+// the string's encoding), and their exports.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "support/export.h"
+#include "text/code_page.h"
+#include "text/encoding_convert.h"
+#include "text/simple_case.h"
+#include "text/string_chars.h"
+#include "text/string_holder.h"
+#include "text/string_ops_classic.h"
+#include "text/string_record.h"
+#include "vela/classic_strings.h"
+
+namespace vela {
+namespace {
+
+// Patterns this short, or this few candidate positions, are found faster by
+// scanning for the first byte than by building the shift table.
+constexpr int64_t kSkipMinPattern = 5;
+constexpr int64_t kSkipMinCandidates = 81;
+
+// 0-based index of the first occurrence of `pat` in `text` at or after
+// `from`, or -1. Requires 0 < m.
+int64_t SearchBytes(const unsigned char* text, int64_t n, const unsigned char* pat, int64_t m,
+                    int64_t from) {
+  if (from < 0) from = 0;
+  if (from > n || n - from < m) return -1;
+  if (m < kSkipMinPattern || n - from - m + 1 < kSkipMinCandidates) {
+    const unsigned char first = pat[0];
+    for (int64_t i = from; i + m <= n; ++i) {
+      const void* hit = std::memchr(text + i, first, size_t(n - m + 1 - i));
+      if (!hit) return -1;
+      i = static_cast<const unsigned char*>(hit) - text;
+      if (std::memcmp(text + i + 1, pat + 1, size_t(m - 1)) == 0) return i;
+    }
+    return -1;
+  }
+  // Right-to-left comparison with bad-character shifts: at a mismatch of
+  // pattern index j against text byte c, the text index moves on by the
+  // larger of (m - j), which passes the compared window, and the distance of
+  // c's last place in the pattern from the pattern's end.
+  uint32_t shifts[256];
+  std::fill(std::begin(shifts), std::end(shifts), uint32_t(m));
+  for (int64_t k = 0; k < m; ++k) shifts[pat[k]] = uint32_t(m - 1 - k);
+  int64_t i = from + m - 1;
+  while (i < n) {
+    int64_t j = m - 1;
+    while (text[i] == pat[j]) {
+      if (j == 0) return i;
+      --i;
+      --j;
+    }
+    i += std::max<int64_t>(m - j, shifts[text[i]]);
+  }
+  return -1;
+}
+
+// One UTF-8 character at `i`: a lead byte and the continuation bytes behind
+// it, stepped as CharLength counts. A malformed lead gives its byte value.
+uint32_t DecodeUtf8(const unsigned char* p, int64_t n, int64_t& i) {
+  const unsigned char lead = p[i++];
+  int extra = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
+  uint32_t c = extra ? (lead & (0x3F >> extra)) : lead;
+  int got = 0;
+  while (i < n && (p[i] & 0xC0) == 0x80) {
+    c = (c << 6) | (p[i++] & 0x3F);
+    ++got;
+  }
+  if (lead >= 0xF8 || (lead & 0xC0) == 0x80 || got != extra) return lead;
+  return c;
+}
+
+// True when the pattern's characters from byte `b` on match the text's from
+// byte `a` on, folded.
+bool RestMatchesUtf8(const unsigned char* text, int64_t n, int64_t a, const unsigned char* pat,
+                     int64_t m, int64_t b) {
+  while (b < m) {
+    if (a >= n) return false;
+    if (SimpleUpperCase(DecodeUtf8(text, n, a)) != SimpleUpperCase(DecodeUtf8(pat, m, b)))
+      return false;
+  }
+  return true;
+}
+
+// ASCII or UTF-8 text: positions in code points.
+int32_t FindUtf8(TESSstring s, TESSstring find, int64_t start) {
+  StringHolder converted;
+  if (find->mEncoding != kEncodingUTF8 && find->mEncoding != kEncodingASCII) {
+    converted = StringHolder::Adopt(ConvertString(find, kEncodingUTF8));
+    if (!converted || converted.get()->mEncoding != kEncodingUTF8) return 0;
+    find = converted.get();
+  }
+  const unsigned char* text = StringBytes(s);
+  const int64_t n = s->mLength;
+  const unsigned char* pat = StringBytes(find);
+  const int64_t m = find->mLength;
+  int64_t firstEnd = 0;
+  const uint32_t first = SimpleUpperCase(DecodeUtf8(pat, m, firstEnd));
+  int64_t i = StepChars({CharForm::kUtf8, nullptr}, text, n, 0, start - 1);
+  for (int64_t position = start; i < n; ++position) {
+    if (SimpleUpperCase(DecodeUtf8(text, n, i)) == first &&
+        RestMatchesUtf8(text, n, i, pat, m, firstEnd))
+      return int32_t(position);
+  }
+  return 0;
+}
+
+uint16_t ReadUnit16(const unsigned char* p, bool bigEndian) {
+  return bigEndian ? uint16_t(p[0] << 8 | p[1]) : uint16_t(p[1] << 8 | p[0]);
+}
+
+// UTF-16 text: positions in 16-bit units, compared folded one by one.
+int32_t FindUtf16(TESSstring s, TESSstring find, int64_t start) {
+  StringHolder converted;
+  if (find->mEncoding != s->mEncoding) {
+    converted = StringHolder::Adopt(ConvertString(find, s->mEncoding));
+    if (!converted || converted.get()->mEncoding != s->mEncoding) return 0;
+    find = converted.get();
+  }
+  const bool big = s->mEncoding == kEncodingUTF16BE;
+  const unsigned char* text = StringBytes(s);
+  const unsigned char* pat = StringBytes(find);
+  const int64_t n = s->mLength / 2;
+  const int64_t m = find->mLength / 2;
+  if (m == 0) return int32_t(start);
+  for (int64_t i = start - 1; i + m <= n; ++i) {
+    int64_t k = 0;
+    while (k < m && SimpleUpperCase(ReadUnit16(text + 2 * (i + k), big)) ==
+                        SimpleUpperCase(ReadUnit16(pat + 2 * k, big)))
+      ++k;
+    if (k == m) return int32_t(i + 1);
+  }
+  return 0;
+}
+
+// The upper-case row of a single-byte page: each byte taken to Unicode,
+// mapped to its simple upper case and back, kept where the page has no
+// single byte for the upper form. Built once per page.
+const unsigned char* UpperRowFor(uint32_t encoding) {
+  static std::mutex sLock;
+  static std::map<uint32_t, std::array<unsigned char, 256>> sRows;  // never shrinks
+  uint32_t page = CodePageFromEncoding(encoding);
+  if (encoding == kEncodingUnknown || page == 0 || !IsSingleByteCodePage(page))
+    page = CodePageFromEncoding(kEncodingMacRoman);  // the fallback row of ASCII text
+  std::lock_guard<std::mutex> hold(sLock);
+  auto [it, made] = sRows.try_emplace(page);
+  std::array<unsigned char, 256>& row = it->second;
+  if (made) {
+    unsigned char all[256];
+    for (int b = 0; b < 256; ++b) row[b] = all[b] = static_cast<unsigned char>(b);
+    std::u16string units;
+    if (MultiByteToWide(page, all, 256, units) && units.size() == 256) {
+      std::string back;
+      for (int b = 0; b < 256; ++b) {
+        const char16_t upper = char16_t(SimpleUpperCase(units[b]));
+        if (upper == units[b] || !WideToMultiByte(page, &upper, 1, back)) continue;
+        if (back.size() == 1 && (back[0] != '?' || upper == u'?'))
+          row[b] = static_cast<unsigned char>(back[0]);
+      }
+    }
+  }
+  return row.data();
+}
+
+// An upper-cased copy of double-byte text, made through UTF-16: each unit
+// to its simple upper case, then back to the text's encoding. When no
+// round trip can be made the text is searched as it is.
+StringHolder UpperCopy(TESSstring s) {
+  StringHolder wide = StringHolder::Adopt(ConvertString(s, kEncodingUTF16));
+  if (wide && wide.get()->mEncoding == kEncodingUTF16) {
+    std::u16string units(size_t(wide.get()->mLength) / 2, u'\0');
+    std::memcpy(units.data(), StringBytes(wide.get()), units.size() * 2);
+    for (char16_t& u : units) u = char16_t(SimpleUpperCase(u));
+    StringHolder upper = StringHolder::Adopt(
+        NewString(units.data(), int32_t(units.size() * 2), kEncodingUTF16));
+    StringHolder back = StringHolder::Adopt(ConvertString(upper.get(), s->mEncoding));
+    if (back && back.get()->mEncoding == s->mEncoding) return back;
+  }
+  LockString(s);
+  return StringHolder::Adopt(s);
+}
+
+// Double-byte text: both sides upper-cased, then compared byte for byte at
+// character starts only, so that a trail byte never begins a match.
+// Positions in bytes.
+int32_t FindLeadByte(TESSstring s, TESSstring find, int64_t start) {
+  const LeadByteSet& leads = *LeadByteSetFor(s->mEncoding);
+  StringHolder text = UpperCopy(s);
+  StringHolder pat = UpperCopy(find);
+  const unsigned char* t = StringBytes(text.get());
+  const int64_t n = StringLength(text.get());
+  const int64_t m = StringLength(pat.get());
+  if (m == 0) return 0;
+  for (int64_t i = 0; i + m <= n; i += (leads.Has(t[i]) && i + 1 < n) ? 2 : 1) {
+    if (i >= start - 1 && std::memcmp(t + i, StringBytes(pat.get()), size_t(m)) == 0)
+      return int32_t(i + 1);
+  }
+  return 0;
+}
+
+// Single-byte text (and raw bytes): positions in bytes, compared through
+// the page's upper-case row.
+int32_t FindSingleByte(TESSstring s, TESSstring find, int64_t start) {
+  const unsigned char* row = UpperRowFor(s->mEncoding);
+  const unsigned char* text = StringBytes(s);
+  const unsigned char* pat = StringBytes(find);
+  const int64_t n = s->mLength;
+  const int64_t m = find->mLength;
+  for (int64_t i = start - 1; i + m <= n; ++i) {
+    int64_t k = 0;
+    while (k < m && row[text[i + k]] == row[pat[k]]) ++k;
+    if (k == m) return int32_t(i + 1);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int32_t StringOpsClassic::FindBytes(TESSstring s, TESSstring find, int32_t start) {
+  if (StringLength(s) == 0) return 0;
+  if (StringLength(find) == 0) return start;
+  const int64_t from = std::max<int64_t>(start, 1) - 1;
+  const int64_t hit = SearchBytes(StringBytes(s), s->mLength, StringBytes(find), find->mLength, from);
+  return hit < 0 ? 0 : int32_t(hit + 1);
+}
+
+int32_t StringOpsClassic::FindChars(TESSstring s, TESSstring find, int32_t start) {
+  if (StringLength(s) == 0) return 0;
+  if (StringLength(find) == 0) return start;
+  const int64_t first = std::max<int32_t>(start, 1);
+  const uint32_t encoding = s->mEncoding;
+  if (encoding == kEncodingASCII || encoding == kEncodingUTF8) return FindUtf8(s, find, first);
+  if (IsUtf16Encoding(encoding)) return FindUtf16(s, find, first);
+  StringHolder converted;
+  if (encoding != kEncodingUnknown && find->mEncoding != kEncodingUnknown &&
+      find->mEncoding != encoding) {
+    converted = StringHolder::Adopt(ConvertString(find, encoding));
+    if (!converted || converted.get()->mEncoding != encoding) return 0;
+    find = converted.get();
+  }
+  if (LeadByteSetFor(encoding)) return FindLeadByte(s, find, first);
+  return FindSingleByte(s, find, first);
+}
+
+}  // namespace vela
+
+using vela::StringOpsClassic;
+
+VELA_EXPORT int32_t StringInStr(int32_t start, TESSstring source, TESSstring find) {
+  return StringOpsClassic::Get().FindChars(source, find, start);
+}
+VELA_EXPORT int32_t StringDBCSInStr(int32_t start, TESSstring source, TESSstring find) {
+  return StringOpsClassic::Get().FindChars(source, find, start);
+}
+VELA_EXPORT int32_t StringExtendsInStr(TESSstring source, int32_t start, TESSstring find) {
+  return StringOpsClassic::Get().FindChars(source, find, start);
+}
+VELA_EXPORT int32_t StringInStrB(int32_t start, TESSstring source, TESSstring find) {
+  return StringOpsClassic::Get().FindBytes(source, find, start);
+}
+VELA_EXPORT int32_t StringExtendsInStrB(TESSstring source, int32_t start, TESSstring find) {
+  return StringOpsClassic::Get().FindBytes(source, find, start);
+}
+// 0-based: the start moves up by one and the result down by one, so that
+// "not found" is -1.
+VELA_EXPORT int32_t StringIndexOfBytes(TESSstring s, int32_t start, TESSstring find) {
+  const int32_t oneBased = start == INT32_MAX ? INT32_MAX : start + 1;
+  return StringOpsClassic::Get().FindBytes(s, find, oneBased) - 1;
+}

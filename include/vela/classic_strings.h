@@ -1,12 +1,14 @@
 /* The language's classic string functions: lengths, substrings, character
- * codes and searches, in their character forms (by the string's encoding)
- * and their byte forms. Positions are 1-based except in the Middle forms,
- * which are 0-based. Strings received are borrowed; strings returned are
- * owned by the caller, and a function that would return its argument
- * unchanged returns it with one more reference. Nil is the empty string. */
+ * codes, searches, fields, replace, split and join, case and trimming,
+ * in their character forms (by the string's encoding) and their byte
+ * forms. Positions are 1-based except in the Middle forms, which are
+ * 0-based. Strings received are borrowed; strings returned are owned by the
+ * caller, and a function that would return its argument unchanged returns
+ * it with one more reference. Nil is the empty string. */
 #ifndef VELA_CLASSIC_STRINGS_H
 #define VELA_CLASSIC_STRINGS_H
 
+#include "vela/arrays.h"
 #include "vela/string.h"
 
 VELA_BEGIN_DECLS
@@ -50,6 +52,41 @@ VELA_API int32_t StringExtendsInStr(TESSstring source, int32_t start, TESSstring
 VELA_API int32_t StringInStrB(int32_t start, TESSstring source, TESSstring find);
 VELA_API int32_t StringExtendsInStrB(TESSstring source, int32_t start, TESSstring find);
 VELA_API int32_t StringIndexOfBytes(TESSstring s, int32_t start, TESSstring find);
+
+/* CountFields and NthField, with their exact byte forms (the B forms). The
+ * character forms find the separator without regard to case. Fields are
+ * numbered from 1; adjacent separators enclose an empty field. */
+VELA_API int32_t StringCountFields(TESSstring s, TESSstring separator);
+VELA_API int32_t StringCountFieldsB(TESSstring s, TESSstring separator);
+VELA_API TESSstring StringNthField(TESSstring s, TESSstring separator, int32_t index);
+VELA_API TESSstring StringNthFieldB(TESSstring s, TESSstring separator, int32_t index);
+
+/* Replace (the first occurrence) and ReplaceAll, case-insensitive; the B
+ * forms are exact and convert nothing. */
+VELA_API TESSstring StringReplace(TESSstring s, TESSstring find, TESSstring with);
+VELA_API TESSstring StringReplaceAll(TESSstring s, TESSstring find, TESSstring with);
+VELA_API TESSstring StringReplaceB(TESSstring s, TESSstring find, TESSstring with);
+VELA_API TESSstring StringReplaceAllB(TESSstring s, TESSstring find, TESSstring with);
+
+/* Split into a new one-dimensional String array (empty pieces are Nil; an
+ * empty delimiter gives one element per character, or per byte for SplitB),
+ * and Join of a String array's elements with the delimiter between them. */
+VELA_API RuntimeArray *StringSplit(TESSstring s, TESSstring delimiter);
+VELA_API RuntimeArray *StringSplitB(TESSstring s, TESSstring delimiter);
+VELA_API TESSstring StringJoin(RuntimeArray *array, TESSstring delimiter);
+
+/* Uppercase, Lowercase and Titlecase by simple one-to-one case mapping;
+ * Titlecase upper-cases the first character and each one after whitespace
+ * and lower-cases the rest. */
+VELA_API TESSstring StringUCase(TESSstring s);
+VELA_API TESSstring StringLCase(TESSstring s);
+VELA_API TESSstring StringTitleCase(TESSstring s);
+
+/* Trim, LTrim and RTrim: whitespace dropped from both ends, the start, the
+ * end. */
+VELA_API TESSstring runTrim(TESSstring s);
+VELA_API TESSstring runLTrim(TESSstring s);
+VELA_API TESSstring runRTrim(TESSstring s);
 
 VELA_END_DECLS
 

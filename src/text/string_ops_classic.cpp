@@ -1,8 +1,9 @@
 // The classic operations table. The record's own operations forward to the
 // shared functions that the exports use. The lengths, substrings and
 // character codes live in string_substrings.cpp, the searches in
-// string_search.cpp; the case, trim, join, replace and field operations are
-// still to come and report themselves by name.
+// string_search.cpp, the fields, replace, split and join in
+// string_fields_split.cpp, the case functions and Trim in
+// string_case_trim.cpp.
 #include "text/string_ops_classic.h"
 
 #include "support/assert.h"
@@ -62,29 +63,8 @@ const char* StringOpsClassic::ContentsIfEncoded(TESSstring s, uint32_t encoding,
     VELA_NOT_BUILT("StringOpsClassic::" #Name);            \
     return Fallback;                                       \
   }
-VELA_UNBUILT_SLOT(TESSstring, LowerCase, (TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, UpperCase, (TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, TitleCase, (TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, JoinFrom, (StringElementGetter, void*, int32_t, TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, Trim, (TESSstring, bool, bool), nullptr)
 VELA_UNBUILT_SLOT(StringCharIterator*, NewCharIterator, (TESSstring, int32_t, int32_t), nullptr)
 VELA_UNBUILT_SLOT(TextRecord*, ToText, (TESSstring), nullptr)
-VELA_UNBUILT_SLOT(int32_t, CountFieldsChars, (TESSstring, TESSstring), 0)
-VELA_UNBUILT_SLOT(int32_t, CountFieldsBytes, (TESSstring, TESSstring), 0)
-VELA_UNBUILT_SLOT(TESSstring, NthFieldChars, (TESSstring, TESSstring, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, NthFieldBytes, (TESSstring, TESSstring, int32_t), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, ReplaceChars, (TESSstring, TESSstring, TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, ReplaceBytes, (TESSstring, TESSstring, TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, ReplaceAllChars, (TESSstring, TESSstring, TESSstring), nullptr)
-VELA_UNBUILT_SLOT(TESSstring, ReplaceAllBytes, (TESSstring, TESSstring, TESSstring), nullptr)
 #undef VELA_UNBUILT_SLOT
-
-void StringOpsClassic::SplitChars(TESSstring, TESSstring, StringPieceSink, void*) {
-  VELA_NOT_BUILT("StringOpsClassic::SplitChars");
-}
-
-void StringOpsClassic::SplitBytes(TESSstring, TESSstring, StringPieceSink, void*) {
-  VELA_NOT_BUILT("StringOpsClassic::SplitBytes");
-}
 
 }  // namespace vela

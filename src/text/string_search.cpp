@@ -1,6 +1,8 @@
 // The classic searches: FindBytes (InStrB, exact) and FindChars (InStr,
 // case-insensitive by simple upper-case mapping, positions in characters of
-// the string's encoding), and their exports.
+// the string's encoding), and their exports; the byte-offset searches of
+// the field functions (classic_search.h) and the case rows of single-byte
+// pages.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -9,6 +11,7 @@
 #include <string>
 
 #include "support/export.h"
+#include "text/classic_search.h"
 #include "text/code_page.h"
 #include "text/encoding_convert.h"
 #include "text/simple_case.h"
@@ -140,35 +143,6 @@ int32_t FindUtf16(TESSstring s, TESSstring find, int64_t start) {
   return 0;
 }
 
-// The upper-case row of a single-byte page: each byte taken to Unicode,
-// mapped to its simple upper case and back, kept where the page has no
-// single byte for the upper form. Built once per page.
-const unsigned char* UpperRowFor(uint32_t encoding) {
-  static std::mutex sLock;
-  static std::map<uint32_t, std::array<unsigned char, 256>> sRows;  // never shrinks
-  uint32_t page = CodePageFromEncoding(encoding);
-  if (encoding == kEncodingUnknown || page == 0 || !IsSingleByteCodePage(page))
-    page = CodePageFromEncoding(kEncodingMacRoman);  // the fallback row of ASCII text
-  std::lock_guard<std::mutex> hold(sLock);
-  auto [it, made] = sRows.try_emplace(page);
-  std::array<unsigned char, 256>& row = it->second;
-  if (made) {
-    unsigned char all[256];
-    for (int b = 0; b < 256; ++b) row[b] = all[b] = static_cast<unsigned char>(b);
-    std::u16string units;
-    if (MultiByteToWide(page, all, 256, units) && units.size() == 256) {
-      std::string back;
-      for (int b = 0; b < 256; ++b) {
-        const char16_t upper = char16_t(SimpleUpperCase(units[b]));
-        if (upper == units[b] || !WideToMultiByte(page, &upper, 1, back)) continue;
-        if (back.size() == 1 && (back[0] != '?' || upper == u'?'))
-          row[b] = static_cast<unsigned char>(back[0]);
-      }
-    }
-  }
-  return row.data();
-}
-
 // An upper-cased copy of double-byte text, made through UTF-16: each unit
 // to its simple upper case, then back to the text's encoding. When no
 // round trip can be made the text is searched as it is.
@@ -208,7 +182,7 @@ int32_t FindLeadByte(TESSstring s, TESSstring find, int64_t start) {
 // Single-byte text (and raw bytes): positions in bytes, compared through
 // the page's upper-case row.
 int32_t FindSingleByte(TESSstring s, TESSstring find, int64_t start) {
-  const unsigned char* row = UpperRowFor(s->mEncoding);
+  const unsigned char* row = CaseRowFor(s->mEncoding, true);
   const unsigned char* text = StringBytes(s);
   const unsigned char* pat = StringBytes(find);
   const int64_t n = s->mLength;
@@ -222,6 +196,132 @@ int32_t FindSingleByte(TESSstring s, TESSstring find, int64_t start) {
 }
 
 }  // namespace
+
+// Built once per page and direction: each byte taken to Unicode, mapped to
+// its simple case partner and back, kept where the page has no single byte
+// for the partner.
+const unsigned char* CaseRowFor(uint32_t encoding, bool upper) {
+  static std::mutex sLock;
+  static std::map<std::pair<uint32_t, bool>, std::array<unsigned char, 256>> sRows;  // never shrinks
+  uint32_t page = CodePageFromEncoding(encoding);
+  if (encoding == kEncodingUnknown || page == 0 || !IsSingleByteCodePage(page))
+    page = CodePageFromEncoding(kEncodingMacRoman);  // the fallback row of ASCII text
+  std::lock_guard<std::mutex> hold(sLock);
+  auto [it, made] = sRows.try_emplace({page, upper});
+  std::array<unsigned char, 256>& row = it->second;
+  if (made) {
+    unsigned char all[256];
+    for (int b = 0; b < 256; ++b) row[b] = all[b] = static_cast<unsigned char>(b);
+    std::u16string units;
+    if (MultiByteToWide(page, all, 256, units) && units.size() == 256) {
+      std::string back;
+      for (int b = 0; b < 256; ++b) {
+        const char16_t mapped =
+            char16_t(upper ? SimpleUpperCase(units[b]) : SimpleLowerCase(units[b]));
+        if (mapped == units[b] || !WideToMultiByte(page, &mapped, 1, back)) continue;
+        if (back.size() == 1 && (back[0] != '?' || mapped == u'?'))
+          row[b] = static_cast<unsigned char>(back[0]);
+      }
+    }
+  }
+  return row.data();
+}
+
+PatternSearch::PatternSearch(TESSstring text, TESSstring pattern, bool exact)
+    : mText(text), mPattern(pattern), mPatternLength(StringLength(pattern)) {
+  const uint32_t e = text->mEncoding;
+  if (exact) {
+    mMode = Mode::kExact;
+  } else if (e == kEncodingUTF8 || e == kEncodingASCII) {
+    mMode = Mode::kUtf8;
+  } else if (IsUtf16Encoding(e)) {
+    mMode = Mode::kUtf16;
+  } else if (LeadByteSetFor(e)) {
+    mMode = Mode::kLeadByte;
+    mUpperText = UpperCopy(text);
+    mUpperPattern = UpperCopy(pattern);
+    // Upper-casing keeps each character's size in these pages; where it
+    // did not, the exact bytes are searched.
+    if (StringLength(mUpperText.get()) != text->mLength ||
+        StringLength(mUpperPattern.get()) != mPatternLength) {
+      mUpperText = StringHolder(text);
+      mUpperPattern = StringHolder(pattern);
+    }
+  } else {
+    mMode = Mode::kSingleByte;
+    mRow = CaseRowFor(e, true);
+  }
+}
+
+int64_t PatternSearch::Next(int64_t from) const {
+  const unsigned char* t = StringBytes(mText);
+  const unsigned char* p = StringBytes(mPattern);
+  const int64_t n = mText->mLength;
+  const int64_t m = mPatternLength;
+  if (m == 0 || from < 0) return -1;
+  switch (mMode) {
+    case Mode::kExact:
+      return SearchBytes(t, n, p, m, from);
+    case Mode::kUtf8: {
+      int64_t firstEnd = 0;
+      const uint32_t first = SimpleUpperCase(DecodeUtf8(p, m, firstEnd));
+      int64_t i = CharStartAt({CharForm::kUtf8, nullptr}, t, n, from);
+      if (i < from) i = StepChars({CharForm::kUtf8, nullptr}, t, n, i, 1);
+      while (i < n) {
+        const int64_t at = i;
+        if (SimpleUpperCase(DecodeUtf8(t, n, i)) == first && RestMatchesUtf8(t, n, i, p, m, firstEnd))
+          return at;
+      }
+      return -1;
+    }
+    case Mode::kUtf16: {
+      const bool big = mText->mEncoding == kEncodingUTF16BE;
+      for (int64_t i = (from + 1) & ~int64_t(1); i + m <= n; i += 2) {
+        int64_t k = 0;
+        while (k < m && SimpleUpperCase(ReadUnit16(t + i + k, big)) ==
+                            SimpleUpperCase(ReadUnit16(p + k, big)))
+          k += 2;
+        if (k >= m) return i;
+      }
+      return -1;
+    }
+    case Mode::kLeadByte: {
+      const LeadByteSet& leads = *LeadByteSetFor(mText->mEncoding);
+      const unsigned char* ut = StringBytes(mUpperText.get());
+      const unsigned char* up = StringBytes(mUpperPattern.get());
+      for (int64_t i = 0; i + m <= n; i += (leads.Has(ut[i]) && i + 1 < n) ? 2 : 1)
+        if (i >= from && std::memcmp(ut + i, up, size_t(m)) == 0) return i;
+      return -1;
+    }
+    case Mode::kSingleByte:
+      for (int64_t i = from; i + m <= n; ++i) {
+        int64_t k = 0;
+        while (k < m && mRow[t[i + k]] == mRow[p[k]]) ++k;
+        if (k == m) return i;
+      }
+      return -1;
+  }
+  return -1;
+}
+
+bool HasNoCase(TESSstring separator) {
+  const uint32_t e = separator->mEncoding;
+  const unsigned char* p = StringBytes(separator);
+  const int64_t m = StringLength(separator);
+  if (e == kEncodingUTF8 || e == kEncodingASCII) {
+    for (int64_t i = 0; i < m;) {
+      const uint32_t c = DecodeUtf8(p, m, i);
+      if (SimpleUpperCase(c) != c || SimpleLowerCase(c) != c) return false;
+    }
+    return true;
+  }
+  if (IsUtf16Encoding(e) || LeadByteSetFor(e)) return false;
+  const unsigned char* upper = CaseRowFor(e, true);
+  const unsigned char* lower = CaseRowFor(e, false);
+  for (int64_t i = 0; i < m; ++i)
+    if (upper[p[i]] != p[i] || lower[p[i]] != p[i]) return false;
+  return true;
+}
 
 int32_t StringOpsClassic::FindBytes(TESSstring s, TESSstring find, int32_t start) {
   if (StringLength(s) == 0) return 0;

@@ -365,9 +365,9 @@ TEST(StringOpsTable, ContentsIfEncodedNeedsTheExactEncoding) {
 TEST(StringOpsTable, OperationsNotBuiltReportTheirName) {
   RecordingReporter reporter;
   StringHolder s = Make("abc", kEncodingUTF8);
-  EXPECT_EQ(vela::StringOpsClassic::Get().TitleCase(s.get()), nullptr);
+  EXPECT_EQ(vela::StringOpsClassic::Get().ToText(s.get()), nullptr);
   ASSERT_EQ(reporter.count(), 1u);
-  EXPECT_EQ(reporter.reports()[0].message, "StringOpsClassic::TitleCase");
+  EXPECT_EQ(reporter.reports()[0].message, "StringOpsClassic::ToText");
 }
 
 }  // namespace

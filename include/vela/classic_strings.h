@@ -8,6 +8,8 @@
 #ifndef VELA_CLASSIC_STRINGS_H
 #define VELA_CLASSIC_STRINGS_H
 
+#include <stdbool.h>
+
 #include "vela/arrays.h"
 #include "vela/string.h"
 
@@ -87,6 +89,25 @@ VELA_API TESSstring StringTitleCase(TESSstring s);
 VELA_API TESSstring runTrim(TESSstring s);
 VELA_API TESSstring runLTrim(TESSstring s);
 VELA_API TESSstring runRTrim(TESSstring s);
+
+/* Val: the number the text starts with, 0 if none. Reads decimal text in
+ * the C locale and the radix forms "&h", "&o" and "&b" (32-bit signed). */
+VELA_API double StringVal(TESSstring s);
+
+/* Str of a Double and of a Single: 7 significant digits, fixed notation
+ * without trailing decimal zeros, or scientific beyond that range. */
+VELA_API TESSstring StringStrDouble(double value);
+VELA_API TESSstring StringStrSingle(float value);
+
+/* Format: the value laid out by a pattern of up to three sections
+ * (positive; negative; zero). Localised uses the locale's separators. */
+VELA_API TESSstring StringFormat(double value, TESSstring format, bool localised);
+
+/* The bytes as hexadecimal digit pairs (a blank between pairs when spaced),
+ * the bytes back from such text, and the bytes of Base64 text. */
+VELA_API TESSstring RuntimeEncodeHex(TESSstring s, bool spaced);
+VELA_API TESSstring RuntimeDecodeHex(TESSstring s);
+VELA_API TESSstring StringExtends_DecodeBase64(TESSstring s);
 
 VELA_END_DECLS
 

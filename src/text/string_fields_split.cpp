@@ -181,44 +181,47 @@ TESSstring StringOpsClassic::NthFieldBytes(TESSstring s, TESSstring separator, i
   return NthField(s, separator, index, true);
 }
 
-TESSstring StringOpsClassic::ReplaceBytes(TESSstring s, TESSstring find, TESSstring with) {
+namespace {
+using Replacer = TESSstring (*)(TESSstring, TESSstring, TESSstring, bool);
+
+// The byte forms search the bytes as they are; an empty find changes nothing.
+TESSstring ReplaceInBytes(TESSstring s, TESSstring find, TESSstring with, Replacer replace) {
   if (!s) return nullptr;
   if (StringLength(find) == 0) {
     LockString(s);
     return s;
   }
-  return ReplaceFirst(s, find, with, true);
+  return replace(s, find, with, true);
+}
+
+// The character forms first bring find and replacement into the string's
+// encoding; what cannot be brought over is not found.
+TESSstring ReplaceInChars(TESSstring s, TESSstring find, TESSstring with, Replacer replace) {
+  if (!s) return nullptr;
+  StringHolder f = StringLength(find) ? InEncodingOf(s, find) : StringHolder();
+  StringHolder w = with ? InEncodingOf(s, with) : StringHolder();
+  if (!f || (with && !w)) {
+    LockString(s);
+    return s;
+  }
+  return replace(s, f.get(), w.get(), SearchExactly(s, f.get()));
+}
+}  // namespace
+
+TESSstring StringOpsClassic::ReplaceBytes(TESSstring s, TESSstring find, TESSstring with) {
+  return ReplaceInBytes(s, find, with, ReplaceFirst);
 }
 
 TESSstring StringOpsClassic::ReplaceChars(TESSstring s, TESSstring find, TESSstring with) {
-  if (!s) return nullptr;
-  StringHolder f = StringLength(find) ? InEncodingOf(s, find) : StringHolder();
-  StringHolder w = with ? InEncodingOf(s, with) : StringHolder();
-  if (!f || (with && !w)) {
-    LockString(s);
-    return s;
-  }
-  return ReplaceFirst(s, f.get(), w.get(), SearchExactly(s, f.get()));
+  return ReplaceInChars(s, find, with, ReplaceFirst);
 }
 
 TESSstring StringOpsClassic::ReplaceAllBytes(TESSstring s, TESSstring find, TESSstring with) {
-  if (!s) return nullptr;
-  if (StringLength(find) == 0) {
-    LockString(s);
-    return s;
-  }
-  return ReplaceEvery(s, find, with, true);
+  return ReplaceInBytes(s, find, with, ReplaceEvery);
 }
 
 TESSstring StringOpsClassic::ReplaceAllChars(TESSstring s, TESSstring find, TESSstring with) {
-  if (!s) return nullptr;
-  StringHolder f = StringLength(find) ? InEncodingOf(s, find) : StringHolder();
-  StringHolder w = with ? InEncodingOf(s, with) : StringHolder();
-  if (!f || (with && !w)) {
-    LockString(s);
-    return s;
-  }
-  return ReplaceEvery(s, f.get(), w.get(), SearchExactly(s, f.get()));
+  return ReplaceInChars(s, find, with, ReplaceEvery);
 }
 
 void StringOpsClassic::SplitChars(TESSstring s, TESSstring delimiter, StringPieceSink sink,

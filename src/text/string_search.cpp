@@ -24,45 +24,16 @@
 namespace vela {
 namespace {
 
-// Patterns this short, or this few candidate positions, are found faster by
-// scanning for the first byte than by building the shift table.
-constexpr int64_t kSkipMinPattern = 5;
-constexpr int64_t kSkipMinCandidates = 81;
-
 // 0-based index of the first occurrence of `pat` in `text` at or after
-// `from`, or -1. Requires 0 < m.
+// `from`, or -1. Requires 0 < m. The C library's memmem does the work; on
+// long texts it is about three times faster than a byte-wise shift-table
+// loop (bench/classic_string_bench.cpp measures both side by side).
 int64_t SearchBytes(const unsigned char* text, int64_t n, const unsigned char* pat, int64_t m,
                     int64_t from) {
   if (from < 0) from = 0;
   if (from > n || n - from < m) return -1;
-  if (m < kSkipMinPattern || n - from - m + 1 < kSkipMinCandidates) {
-    const unsigned char first = pat[0];
-    for (int64_t i = from; i + m <= n; ++i) {
-      const void* hit = std::memchr(text + i, first, size_t(n - m + 1 - i));
-      if (!hit) return -1;
-      i = static_cast<const unsigned char*>(hit) - text;
-      if (std::memcmp(text + i + 1, pat + 1, size_t(m - 1)) == 0) return i;
-    }
-    return -1;
-  }
-  // Right-to-left comparison with bad-character shifts: at a mismatch of
-  // pattern index j against text byte c, the text index moves on by the
-  // larger of (m - j), which passes the compared window, and the distance of
-  // c's last place in the pattern from the pattern's end.
-  uint32_t shifts[256];
-  std::fill(std::begin(shifts), std::end(shifts), uint32_t(m));
-  for (int64_t k = 0; k < m; ++k) shifts[pat[k]] = uint32_t(m - 1 - k);
-  int64_t i = from + m - 1;
-  while (i < n) {
-    int64_t j = m - 1;
-    while (text[i] == pat[j]) {
-      if (j == 0) return i;
-      --i;
-      --j;
-    }
-    i += std::max<int64_t>(m - j, shifts[text[i]]);
-  }
-  return -1;
+  const void* hit = memmem(text + from, size_t(n - from), pat, size_t(m));
+  return hit ? static_cast<const unsigned char*>(hit) - text : -1;
 }
 
 // One UTF-8 character at `i`: a lead byte and the continuation bytes behind

@@ -8,7 +8,6 @@
 #ifndef VELA_CLASSIC_STRINGS_H
 #define VELA_CLASSIC_STRINGS_H
 
-#include <stdbool.h>
 
 #include "vela/arrays.h"
 #include "vela/string.h"
@@ -63,6 +62,14 @@ VELA_API int32_t StringCountFieldsB(TESSstring s, TESSstring separator);
 VELA_API TESSstring StringNthField(TESSstring s, TESSstring separator, int32_t index);
 VELA_API TESSstring StringNthFieldB(TESSstring s, TESSstring separator, int32_t index);
 
+/* LastField: the text behind the last occurrence of the separator, found
+ * without regard to case, as UTF-8; Nil when the separator is empty, longer
+ * than the string, or absent. */
+VELA_API TESSstring StringLastField(TESSstring s, TESSstring separator);
+
+/* IsEmpty: true for Nil and the empty string. */
+VELA_API VelaBoolean StringIsEmpty(TESSstring s);
+
 /* Replace (the first occurrence) and ReplaceAll, case-insensitive; the B
  * forms are exact and convert nothing. */
 VELA_API TESSstring StringReplace(TESSstring s, TESSstring find, TESSstring with);
@@ -101,11 +108,11 @@ VELA_API TESSstring StringStrSingle(float value);
 
 /* Format: the value laid out by a pattern of up to three sections
  * (positive; negative; zero). Localised uses the locale's separators. */
-VELA_API TESSstring StringFormat(double value, TESSstring format, bool localised);
+VELA_API TESSstring StringFormat(double value, TESSstring format, VelaBoolean localised);
 
 /* The bytes as hexadecimal digit pairs (a blank between pairs when spaced),
  * the bytes back from such text, and the bytes of Base64 text. */
-VELA_API TESSstring RuntimeEncodeHex(TESSstring s, bool spaced);
+VELA_API TESSstring RuntimeEncodeHex(TESSstring s, VelaBoolean spaced);
 VELA_API TESSstring RuntimeDecodeHex(TESSstring s);
 VELA_API TESSstring StringExtends_DecodeBase64(TESSstring s);
 

@@ -233,7 +233,7 @@ std::string FormatNumber(double value, std::string_view format, bool localised) 
 
 using namespace vela;
 
-VELA_EXPORT TESSstring StringFormat(double value, TESSstring format, bool localised) {
+VELA_EXPORT TESSstring StringFormat(double value, TESSstring format, VelaBoolean localised) {
   std::string pattern;
   if (format) {
     StringHolder u = StringHolder::Adopt(ConvertString(format, kEncodingUTF8));

@@ -33,7 +33,7 @@ TESSstring Result(const std::string& bytes, uint32_t encoding) {
 
 using namespace vela;
 
-VELA_EXPORT TESSstring RuntimeEncodeHex(TESSstring s, bool spaced) {
+VELA_EXPORT TESSstring RuntimeEncodeHex(TESSstring s, VelaBoolean spaced) {
   int32_t length = StringLength(s);
   if (length == 0) return nullptr;
   static constexpr char kDigits[] = "0123456789ABCDEF";

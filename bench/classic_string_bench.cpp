@@ -197,21 +197,20 @@ std::string StdReplaceAll(const std::string& s, const std::string& find, const s
   return out;
 }
 
-// "dog" occurs only in lower case, so the case-insensitive ReplaceAll and
-// the exact std::string loop give the same text.
-void BM_ClassicReplaceAll(benchmark::State& state) {
+// "dog" occurs only in lower case, so the case-insensitive ReplaceAll, the
+// byte form and the exact std::string loop all give the same text.
+template <TESSstring (*ReplaceAll)(TESSstring, TESSstring, TESSstring)>
+void BM_ClassicReplaceAllWith(benchmark::State& state) {
   const std::string& text = MixedText();
   TESSstring s = Make(text);
   TESSstring f = Make("dog");
   TESSstring w = Make("wolf");
-  const std::string expected = StdReplaceAll(text, "dog", "wolf");
-  TESSstring check = StringReplaceAll(s, f, w);
-  if (!check || Bytes(check) !=
-                    expected)
+  TESSstring check = ReplaceAll(s, f, w);
+  if (!check || Bytes(check) != StdReplaceAll(text, "dog", "wolf"))
     state.SkipWithError("ReplaceAll gave the wrong text");
   RuntimeUnlockString(check);
   for (auto _ : state) {
-    TESSstring r = StringReplaceAll(s, f, w);
+    TESSstring r = ReplaceAll(s, f, w);
     benchmark::DoNotOptimize(r);
     RuntimeUnlockString(r);
   }
@@ -220,30 +219,8 @@ void BM_ClassicReplaceAll(benchmark::State& state) {
   RuntimeUnlockString(w);
   state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
 }
-BENCHMARK(BM_ClassicReplaceAll);
-
-void BM_ClassicReplaceAllB(benchmark::State& state) {
-  const std::string& text = MixedText();
-  TESSstring s = Make(text);
-  TESSstring f = Make("dog");
-  TESSstring w = Make("wolf");
-  const std::string expected = StdReplaceAll(text, "dog", "wolf");
-  TESSstring check = StringReplaceAllB(s, f, w);
-  if (!check || Bytes(check) !=
-                    expected)
-    state.SkipWithError("ReplaceAllB gave the wrong text");
-  RuntimeUnlockString(check);
-  for (auto _ : state) {
-    TESSstring r = StringReplaceAllB(s, f, w);
-    benchmark::DoNotOptimize(r);
-    RuntimeUnlockString(r);
-  }
-  RuntimeUnlockString(s);
-  RuntimeUnlockString(f);
-  RuntimeUnlockString(w);
-  state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
-}
-BENCHMARK(BM_ClassicReplaceAllB);
+BENCHMARK_TEMPLATE(BM_ClassicReplaceAllWith, StringReplaceAll)->Name("BM_ClassicReplaceAll");
+BENCHMARK_TEMPLATE(BM_ClassicReplaceAllWith, StringReplaceAllB)->Name("BM_ClassicReplaceAllB");
 
 void BM_ClassicStdReplaceAll(benchmark::State& state) {
   const std::string& text = MixedText();

@@ -251,7 +251,12 @@ std::string ChildResult::Describe() const {
   return text;
 }
 
-ChildResult RunInChild(std::function<int()> body, milliseconds timeout) {
+namespace {
+
+// Makes the pipes, forks, and in the child attaches them to stdout and
+// stderr and runs `inChild`, which never returns; the parent collects.
+template <class InChild>
+ChildResult ForkAndCollect(milliseconds timeout, InChild inChild) {
   Pipe out, err;
   std::string error;
   if (!MakePipe(out, error) || !MakePipe(err, error)) {
@@ -269,10 +274,16 @@ ChildResult RunInChild(std::function<int()> body, milliseconds timeout) {
   }
   if (pid == 0) {
     AttachChildStdio(out, err);
-    RunBodyAndExit(body);
+    inChild();
   }
   ::setpgid(pid, pid);  // also here, so that a kill cannot race the child's own call
   return Collect(pid, out, err, timeout, start);
+}
+
+}  // namespace
+
+ChildResult RunInChild(std::function<int()> body, milliseconds timeout) {
+  return ForkAndCollect(timeout, [&] { RunBodyAndExit(body); });
 }
 
 ChildResult RunProgram(const std::vector<std::string>& argv, const std::vector<std::string>& env,
@@ -287,23 +298,7 @@ ChildResult RunProgram(const std::vector<std::string>& argv, const std::vector<s
   for (const auto& e : environment) envp.push_back(const_cast<char*>(e.c_str()));
   envp.push_back(nullptr);
 
-  Pipe out, err;
-  std::string error;
-  if (!MakePipe(out, error) || !MakePipe(err, error)) {
-    CloseFd(out.read);
-    CloseFd(out.write);
-    return NotStarted(error);
-  }
-  FlushAll();
-  const auto start = Clock::now();
-  pid_t pid = ::fork();
-  if (pid < 0) {
-    error = std::string("fork: ") + std::strerror(errno);
-    CloseFd(out.read), CloseFd(out.write), CloseFd(err.read), CloseFd(err.write);
-    return NotStarted(error);
-  }
-  if (pid == 0) {
-    AttachChildStdio(out, err);
+  return ForkAndCollect(timeout, [&] {
     ::execvpe(args[0], args.data(), envp.data());
     // Only async-signal-safe calls from here on.
     const char* reason = std::strerror(errno);
@@ -314,9 +309,7 @@ ChildResult RunProgram(const std::vector<std::string>& argv, const std::vector<s
     (void)!::write(STDERR_FILENO, reason, std::strlen(reason));
     (void)!::write(STDERR_FILENO, "\n", 1);
     ::_exit(kChildExecFailure);
-  }
-  ::setpgid(pid, pid);
-  return Collect(pid, out, err, timeout, start);
+  });
 }
 
 }  // namespace vela::testkit

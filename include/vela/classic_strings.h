@@ -106,6 +106,28 @@ VELA_API double StringVal(TESSstring s);
 VELA_API TESSstring StringStrDouble(double value);
 VELA_API TESSstring StringStrSingle(float value);
 
+/* Str of the whole-number types: plain decimal digits, "-" when negative. */
+VELA_API TESSstring StringStrInt8(int8_t value);
+VELA_API TESSstring StringStrUInt8(uint8_t value);
+VELA_API TESSstring StringStrInt16(int16_t value);
+VELA_API TESSstring StringStrUInt16(uint16_t value);
+VELA_API TESSstring StringStrInt32(int32_t value);
+VELA_API TESSstring StringStrUInt32(uint32_t value);
+VELA_API TESSstring StringStrInt64(int64_t value);
+VELA_API TESSstring StringStrUInt64(uint64_t value);
+
+/* Str of a Currency (the amount times 10,000): the decimal amount without
+ * trailing zeros ("1.25", "1", "-0.5"). */
+VELA_API TESSstring StringStrCurrency(int64_t value);
+
+/* Str of a Variant: the text form of its value. */
+VELA_API TESSstring StringStrVariant(RuntimeObject *value);
+
+/* CDbl and CLong: Val and the whole-number reading of text written with
+ * the user's locale's group and decimal separators. */
+VELA_API double runCDbl(TESSstring s);
+VELA_API int64_t runCLong(TESSstring s);
+
 /* Format: the value laid out by a pattern of up to three sections
  * (positive; negative; zero). Localised uses the locale's separators. */
 VELA_API TESSstring StringFormat(double value, TESSstring format, VelaBoolean localised);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include <unicode/utf8.h>
+
 #include "text/encoding_convert.h"
 #include "vela/string.h"
 
@@ -26,6 +28,12 @@ constexpr LeadByteSet kEucJpLeads = MakeSet({{0x8E, 0x8F}, {0xA1, 0xFE}});
 // pages. The 7-bit ISO-2022 forms carry no byte above 0x7F, so they share
 // the set of the EUC form of their script without effect on their text.
 constexpr LeadByteSet kEucLeads = MakeSet({{0xA1, 0xFE}});
+
+uint32_t ReadUnit(const unsigned char* p, int size, bool bigEndian) {
+  uint32_t v = 0;
+  for (int k = 0; k < size; ++k) v |= uint32_t(p[k]) << (8 * (bigEndian ? size - 1 - k : k));
+  return v;
+}
 
 }  // namespace
 
@@ -145,6 +153,32 @@ int64_t CharStartAt(const CharRule& rule, const unsigned char* text, int64_t len
     case CharForm::kByte: break;
   }
   return offset;
+}
+
+CharCode CharCodeAt(uint32_t encoding, const unsigned char* text, int64_t length, int64_t offset) {
+  const CharRule rule = CharRuleFor(encoding);
+  const int64_t next = StepChars(rule, text, length, offset, 1);
+  const unsigned char* p = text + offset;
+  const int64_t size = next - offset;
+  switch (rule.form) {
+    case CharForm::kUtf8: {
+      int32_t i = 0;
+      UChar32 c;
+      U8_NEXT(p, i, int32_t(size), c);
+      return {c < 0 ? p[0] : uint32_t(c), next};
+    }
+    case CharForm::kUtf16:
+      if (size == 2) return {ReadUnit(p, 2, encoding == kEncodingUTF16BE), next};
+      break;
+    case CharForm::kUtf32:
+      if (size == 4) return {ReadUnit(p, 4, encoding == kEncodingUTF32BE), next};
+      break;
+    case CharForm::kLeadByte:
+      if (size == 2) return {uint32_t(p[0]) * 256 + p[1], next};
+      break;
+    case CharForm::kByte: break;
+  }
+  return {p[0], next};
 }
 
 }  // namespace vela

@@ -57,4 +57,14 @@ int64_t StepCharsBack(const CharRule& rule, const unsigned char* text, int64_t l
 int64_t CharStartAt(const CharRule& rule, const unsigned char* text, int64_t length,
                     int64_t offset);
 
+// One character's code by the rule of Asc, and the offset of the next
+// character: UTF-8 decoded (a malformed sequence gives its first byte), a
+// UTF-16 unit, a UTF-32 word, a lead byte times 256 plus its trail byte,
+// otherwise the byte. A unit cut short by the end gives its first byte.
+struct CharCode {
+  uint32_t code;
+  int64_t next;
+};
+CharCode CharCodeAt(uint32_t encoding, const unsigned char* text, int64_t length, int64_t offset);
+
 }  // namespace vela

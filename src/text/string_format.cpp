@@ -11,13 +11,13 @@
 // shows only where the section asks for it, through "+", "-" or literal
 // parentheses; characters other than places, ".", "+", "-", "%", "(", ")",
 // the exponent marker and "\"-escaped ones are dropped.
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/locale.h"
 #include "support/export.h"
 #include "text/encoding_convert.h"
 #include "text/string_create.h"
@@ -109,19 +109,6 @@ std::string PrintDigits(double magnitude, const Survey& s) {
   return lead == std::string::npos ? std::string() : text.substr(lead);
 }
 
-struct Separators {
-  std::string group = ",";
-  std::string decimal = ".";
-};
-
-Separators LocaleSeparators() {
-  Separators sep;
-  const lconv* lc = std::localeconv();
-  if (lc && lc->decimal_point && *lc->decimal_point) sep.decimal = lc->decimal_point;
-  if (lc && lc->thousands_sep && *lc->thousands_sep) sep.group = lc->thousands_sep;
-  return sep;
-}
-
 }  // namespace
 
 std::string FormatNumber(double value, std::string_view format, bool localised) {
@@ -138,7 +125,8 @@ std::string FormatNumber(double value, std::string_view format, bool localised) 
   double magnitude = std::fabs(value);
   if (survey.percent) magnitude *= 100;
   std::string printed = PrintDigits(magnitude, survey);
-  Separators sep = localised ? LocaleSeparators() : Separators();
+  const platform::NumberSeparators sep =
+      localised ? platform::SystemNumberSeparators() : platform::NumberSeparators{};
 
   size_t point = printed.find('.');
   size_t expAt = printed.find('e');

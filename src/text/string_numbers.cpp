@@ -43,20 +43,25 @@ int DigitValue(char c) {
 }
 
 // Reads a "&h", "&o" or "&b" form at `t` (already past leading blanks). The
-// digits accumulate in 32 bits. Invalid characters are skipped in the
+// digits accumulate in the unsigned width of `Accumulator`. Invalid characters are skipped in the
 // hexadecimal form and end the others; either way they make the text
 // non-numeric, as does a form without digits. A blank ends every form, and
 // only blanks may follow for the text to be numeric.
-bool ReadRadix(std::string_view t, double* value, bool* numeric) {
-  if (t.size() < 2 || t[0] != '&') return false;
-  int radix = 0;
+int RadixOf(std::string_view t) {
+  if (t.size() < 2 || t[0] != '&') return 0;
   switch (t[1]) {
-    case 'h': case 'H': radix = 16; break;
-    case 'o': case 'O': radix = 8; break;
-    case 'b': case 'B': radix = 2; break;
-    default: return false;
+    case 'h': case 'H': return 16;
+    case 'o': case 'O': return 8;
+    case 'b': case 'B': return 2;
+    default: return 0;
   }
-  uint32_t acc = 0;
+}
+
+template <typename Accumulator>
+bool ReadRadix(std::string_view t, Accumulator* result, bool* numeric) {
+  int radix = RadixOf(t);
+  if (radix == 0) return false;
+  Accumulator acc = 0;
   bool clean = true;
   int digits = 0;
   size_t i = 2;
@@ -66,12 +71,20 @@ bool ReadRadix(std::string_view t, double* value, bool* numeric) {
       if (radix == 16 && !IsBlank(t[i])) { clean = false; continue; }
       break;
     }
-    acc = acc * uint32_t(radix) + uint32_t(d);
+    acc = acc * Accumulator(radix) + Accumulator(d);
     ++digits;
   }
   while (i < t.size() && IsBlank(t[i])) ++i;
-  *value = double(int32_t(acc));
-  *numeric = clean && digits > 0 && i == t.size();
+  *result = acc;
+  if (numeric) *numeric = clean && digits > 0 && i == t.size();
+  return true;
+}
+
+// Val's radix forms: 32 bits, read as signed.
+bool ReadRadixValue(std::string_view t, double* value, bool* numeric) {
+  uint32_t bits = 0;
+  if (!ReadRadix(t, &bits, numeric)) return false;
+  *value = double(int32_t(bits));
   return true;
 }
 
@@ -133,7 +146,7 @@ double ParseValText(std::string_view text) {
   std::string_view t = SkipBlanks(text.substr(0, std::min(text.size(), kValLimit)));
   double value = 0;
   bool numeric = false;
-  if (ReadRadix(t, &value, &numeric)) return value;
+  if (ReadRadixValue(t, &value, &numeric)) return value;
   bool digits = false;
   size_t n = ScanDecimal(t, false, &digits);
   if (n == 0) return 0;
@@ -141,11 +154,42 @@ double ParseValText(std::string_view text) {
   return strtod_l(number.c_str(), nullptr, CLocale());
 }
 
+int64_t ParseInt64Text(std::string_view text) {
+  std::string_view t = SkipBlanks(text);
+  uint64_t bits = 0;
+  if (ReadRadix(t, &bits, nullptr)) return int64_t(bits);
+  size_t i = 0;
+  bool negative = false;
+  if (i < t.size() && (t[i] == '+' || t[i] == '-')) negative = t[i++] == '-';
+  // Accumulate the magnitude; past the limit of the sign the value saturates.
+  const uint64_t limit = negative ? uint64_t(INT64_MAX) + 1 : uint64_t(INT64_MAX);
+  uint64_t magnitude = 0;
+  for (; i < t.size() && IsDigit(t[i]); ++i) {
+    uint64_t digit = uint64_t(t[i] - '0');
+    magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+  }
+  return negative ? int64_t(0 - magnitude) : int64_t(magnitude);
+}
+
+std::string CurrencyPlainText(int64_t scaled) {
+  char digits[32];
+  std::snprintf(digits, sizeof digits, "%lld", static_cast<long long>(scaled));
+  std::string text = digits[0] == '-' ? digits + 1 : digits;
+  if (text.size() < 5) text.insert(0, 5 - text.size(), '0');
+  std::string fraction = text.substr(text.size() - 4);
+  text.resize(text.size() - 4);
+  while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
+  std::string out = scaled < 0 ? "-" : "";
+  out += text;
+  if (!fraction.empty()) out += "." + fraction;
+  return out;
+}
+
 bool IsNumericText(std::string_view text) {
   std::string_view t = SkipBlanks(text);
   double value = 0;
   bool numeric = false;
-  if (ReadRadix(t, &value, &numeric)) return numeric;
+  if (ReadRadixValue(t, &value, &numeric)) return numeric;
   bool digits = false;
   size_t n = ScanDecimal(t, true, &digits);
   if (!digits) return false;

@@ -2,6 +2,7 @@
 // automatic number printer behind Str and Format.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,11 @@ namespace vela {
 
 // The value Val gives for UTF-8 text (at most the first 128 bytes count).
 double ParseValText(std::string_view text);
+
+// The whole number that UTF-8 text starts with, for CLong: leading blanks,
+// an optional sign and decimal digits (saturating at the Int64 limits), or
+// a "&h", "&o" or "&b" form accumulated in 64 bits. Anything else gives 0.
+int64_t ParseInt64Text(std::string_view text);
 
 // True when the whole text is one number as Val reads it: leading and
 // trailing whitespace, an optional sign, digits with commas among them, one
@@ -20,6 +26,11 @@ bool IsNumericText(std::string_view text);
 // digits and it is not below 1e-05, else in scientific notation with
 // `digits` significant digits and no leading zeros in the exponent.
 std::string FormatNumberAuto(double value, int digits);
+
+// A Currency value (the amount times 10,000) in plain decimal: the whole
+// digits, and a point with the fraction only if it is not zero, trailing
+// zeros dropped ("1.25", "1", "0.0001", "-0.5").
+std::string CurrencyPlainText(int64_t scaled);
 
 // `value` laid out by a Format pattern, with the group and decimal separators
 // of the locale when `localised`, else "," and ".".

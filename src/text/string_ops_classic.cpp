@@ -63,7 +63,6 @@ const char* StringOpsClassic::ContentsIfEncoded(TESSstring s, uint32_t encoding,
     VELA_NOT_BUILT("StringOpsClassic::" #Name);            \
     return Fallback;                                       \
   }
-VELA_UNBUILT_SLOT(StringCharIterator*, NewCharIterator, (TESSstring, int32_t, int32_t), nullptr)
 VELA_UNBUILT_SLOT(TextRecord*, ToText, (TESSstring), nullptr)
 #undef VELA_UNBUILT_SLOT
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <atomic>
 
-#include <unicode/utf8.h>
 
 #include "support/export.h"
 #include "text/encoding_convert.h"
@@ -42,11 +41,6 @@ TESSstring CutBytes(TESSstring s, int64_t start, int64_t count) {
 
 CharRule ResolvedRule(TESSstring s) { return CharRuleFor(ResolveUnknownEncoding(s->mEncoding)); }
 
-uint32_t ReadUnit(const unsigned char* p, int size, bool bigEndian) {
-  uint32_t v = 0;
-  for (int k = 0; k < size; ++k) v |= uint32_t(p[k]) << (8 * (bigEndian ? size - 1 - k : k));
-  return v;
-}
 
 }  // namespace
 
@@ -115,28 +109,7 @@ int32_t StringOpsClassic::SnapToChar(TESSstring s, int32_t byteOffset) {
 
 uint32_t StringOpsClassic::FirstCodePoint(TESSstring s) {
   if (!s || s->mLength == 0) return 0;
-  const unsigned char* p = StringBytes(s);
-  const int32_t length = s->mLength;
-  const uint32_t e = s->mEncoding;
-  switch (CharRuleFor(e).form) {
-    case CharForm::kUtf8: {
-      int32_t i = 0;
-      UChar32 c;
-      U8_NEXT(p, i, length, c);
-      return c < 0 ? p[0] : uint32_t(c);  // a malformed lead gives its byte
-    }
-    case CharForm::kUtf16:
-      if (length >= 2) return ReadUnit(p, 2, e == kEncodingUTF16BE);
-      break;
-    case CharForm::kUtf32:
-      if (length >= 4) return ReadUnit(p, 4, e == kEncodingUTF32BE);
-      break;
-    case CharForm::kLeadByte:
-      if (length >= 2 && LeadByteSetFor(e)->Has(p[0])) return uint32_t(p[0]) * 256 + p[1];
-      break;
-    case CharForm::kByte: break;
-  }
-  return p[0];
+  return CharCodeAt(s->mEncoding, StringBytes(s), s->mLength, 0).code;
 }
 
 int32_t StringOpsClassic::FirstByte(TESSstring s) {

@@ -2,8 +2,12 @@
 // in each way an encoding steps its characters.
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <vector>
+
 #include "kit/string_counts.h"
 #include "string_test_support.h"
+#include "text/string_char_iterator.h"
 #include "text/string_chars.h"
 #include "text/string_ops_classic.h"
 #include "vela/classic_strings.h"
@@ -181,6 +185,51 @@ TEST(ClassicChars, ChrMakesAsciiOrUtf8AndChrBMakesARawByte) {
   EXPECT_EQ(latin.get()->mEncoding, kLatin1);
   EXPECT_EQ(vela::strtest::Units(Own(Ops().FromCodePoint(0x41, kEncodingUTF16)).get()), u"A");
   EXPECT_EQ(leaks.Live(), 4);  // only the held strings
+}
+
+}  // namespace
+
+namespace {
+
+struct Walked {
+  std::vector<uint32_t> codes;
+  std::vector<int32_t> sizes;
+};
+
+// Reads what an iterator gives, peeking before each step to check that a
+// peek neither moves the walk nor disagrees with the next read.
+Walked Walk(TESSstring s, int32_t start, int32_t count) {
+  std::unique_ptr<vela::StringCharIterator> it(Ops().NewCharIterator(s, start, count));
+  Walked out;
+  while (!it->AtEnd()) {
+    const uint32_t peeked = it->Peek();
+    const uint32_t code = it->Next();
+    EXPECT_EQ(peeked, code);
+    out.codes.push_back(code);
+    out.sizes.push_back(it->LastCharSize());
+  }
+  EXPECT_EQ(it->Next(), 0u);  // past the end it stays put
+  return out;
+}
+
+TEST(ClassicChars, CharIteratorStepsByTheEncodingsRule) {
+  StringLeakCheck leaks;
+  StringHolder utf8 = Make("a\xC3\xA9\xE6\x97\xA5\xF0\x9F\x98\x80", kEncodingUTF8);
+  Walked all = Walk(utf8.get(), 1, -1);
+  EXPECT_EQ(all.codes, (std::vector<uint32_t>{'a', 0xE9, 0x65E5, 0x1F600}));
+  EXPECT_EQ(all.sizes, (std::vector<int32_t>{1, 2, 3, 4}));
+  EXPECT_EQ(Walk(utf8.get(), 2, 2).codes, (std::vector<uint32_t>{0xE9, 0x65E5}));
+  EXPECT_EQ(Walk(utf8.get(), 0, 1).codes, (std::vector<uint32_t>{'a'}));
+  EXPECT_TRUE(Walk(utf8.get(), 9, -1).codes.empty());
+  EXPECT_TRUE(Walk(utf8.get(), 1, 0).codes.empty());
+
+  Walked sjis = Walk(Make("\x93\xFA" "A\x93", kShiftJIS).get(), 1, -1);
+  EXPECT_EQ(sjis.codes, (std::vector<uint32_t>{0x93FA, 'A', 0x93}));  // a lone last lead
+  EXPECT_EQ(sjis.sizes, (std::vector<int32_t>{2, 1, 1}));
+
+  Walked utf16 = Walk(Make(std::string("\0A\xD8\x3D\xDE\x00", 6), kEncodingUTF16BE).get(), 1, -1);
+  EXPECT_EQ(utf16.codes, (std::vector<uint32_t>{'A', 0xD83D, 0xDE00}));  // units, not pairs
+  EXPECT_TRUE(Walk(nullptr, 1, -1).codes.empty());
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 #include "support/assert.h"
 #include "support/export.h"
 #include "text/classic_search.h"
-#include "text/code_page.h"
 #include "text/encoding_convert.h"
 #include "text/simple_case.h"
 #include "text/string_chars.h"
@@ -105,14 +104,9 @@ TESSstring MapUtf16(TESSstring s, CaseMode mode) {
   return Finish(s, out);
 }
 
-// True for pages whose case goes through a byte row.
-bool HasCaseRow(uint32_t encoding) {
-  if (encoding == kEncodingASCII) return true;
-  if (LeadByteSetFor(encoding) || IsUtf16Encoding(encoding) || IsUtf32Encoding(encoding))
-    return false;
-  const uint32_t page = CodePageFromEncoding(encoding);
-  return page != 0 && IsSingleByteCodePage(page);
-}
+// True for pages whose case goes through a byte row: those with a script
+// table.
+bool HasCaseRow(uint32_t encoding) { return FindScriptTable(encoding) != nullptr; }
 
 TESSstring MapRow(TESSstring s, bool upper) {
   const unsigned char* row = CaseRowFor(s->mEncoding, upper);

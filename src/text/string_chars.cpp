@@ -11,24 +11,6 @@
 namespace vela {
 namespace {
 
-constexpr LeadByteSet MakeSet(std::initializer_list<std::pair<int, int>> ranges) {
-  LeadByteSet set{};
-  for (auto [first, last] : ranges)
-    for (int b = first; b <= last; ++b) set.words[b >> 5] |= 1u << (b & 31);
-  return set;
-}
-
-// Shift-JIS (code page 932 and the Mac Japanese form).
-constexpr LeadByteSet kShiftJisLeads = MakeSet({{0x81, 0x9F}, {0xE0, 0xFC}});
-// GBK 936, Unified Hangul 949 and Big5 950 all lead with 0x81 to 0xFE.
-constexpr LeadByteSet kWideLeads = MakeSet({{0x81, 0xFE}});
-// EUC-JP: the two single-shift bytes and the JIS X 0208 row bytes.
-constexpr LeadByteSet kEucJpLeads = MakeSet({{0x8E, 0x8F}, {0xA1, 0xFE}});
-// EUC-CN, EUC-TW, EUC-KR and the GB 2312 and KS C 5601 forms of the Mac
-// pages. The 7-bit ISO-2022 forms carry no byte above 0x7F, so they share
-// the set of the EUC form of their script without effect on their text.
-constexpr LeadByteSet kEucLeads = MakeSet({{0xA1, 0xFE}});
-
 uint32_t ReadUnit(const unsigned char* p, int size, bool bigEndian) {
   uint32_t v = 0;
   for (int k = 0; k < size; ++k) v |= uint32_t(p[k]) << (8 * (bigEndian ? size - 1 - k : k));
@@ -36,22 +18,6 @@ uint32_t ReadUnit(const unsigned char* p, int size, bool bigEndian) {
 }
 
 }  // namespace
-
-const LeadByteSet* LeadByteSetFor(uint32_t encoding) {
-  switch (encoding & 0xFFFFu) {
-    case 1: case 0x420: case 0xA01:
-      return &kShiftJisLeads;
-    case 2: case 0x421: case 0x422: case 0x423: case 0x622: case 0x630: case 0x631:
-    case 0x640: case 0xA03: case 0xA05:
-      return &kWideLeads;
-    case 0x920:
-      return &kEucJpLeads;
-    case 3: case 25: case 0x820: case 0x830: case 0x840: case 0x930: case 0x931: case 0x940:
-      return &kEucLeads;
-    default:
-      return nullptr;
-  }
-}
 
 CharRule CharRuleFor(uint32_t encoding) {
   if (encoding == kEncodingUTF8) return {CharForm::kUtf8, nullptr};

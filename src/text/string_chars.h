@@ -25,7 +25,8 @@ struct CharRule {
   const LeadByteSet* leads;  // only for kLeadByte
 };
 
-// The lead-byte set of an encoding (by its low 16 bits), or null.
+// The lead-byte set of an encoding (by its low 16 bits), or null; the sets
+// are generated tables (char_tables.cpp).
 const LeadByteSet* LeadByteSetFor(uint32_t encoding);
 
 CharRule CharRuleFor(uint32_t encoding);

@@ -135,8 +135,6 @@ int32_t CompareReconciled(TESSstring a, TESSstring b, uint32_t encoding, bool fo
 
 }  // namespace
 
-const ScriptTable* FindScriptTable(uint32_t) { return nullptr; }
-
 int32_t CompareThroughTable(const unsigned char* a, int32_t lengthA, const unsigned char* b,
                             int32_t lengthB, const ScriptTable& table, bool fold) {
   const int32_t common = lengthA < lengthB ? lengthA : lengthB;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "text/char_tables.h"
 #include "text/string_record.h"
 
 namespace vela {
@@ -30,18 +31,6 @@ inline int32_t CompareStringBytes(TESSstring a, TESSstring b) {
 // UTF-16 forms. `fold` ignores case (accents always count, except where the
 // collation decides).
 int32_t CompareStringText(TESSstring a, TESSstring b, bool fold);
-
-// A single-byte script's case and sort table: row 0 upper case, row 1 lower
-// case, row 2 sort weight, each indexed by byte.
-struct ScriptTable {
-  unsigned char upper[256];
-  unsigned char lower[256];
-  unsigned char weight[256];
-};
-
-// The table of `encoding`, or null where none exists. No tables are part of
-// the library yet, so every such encoding is ordered by collation.
-const ScriptTable* FindScriptTable(uint32_t encoding);
 
 // Byte-by-byte order through a table's weights (through its upper-case row
 // first when folding); then the shorter is less.

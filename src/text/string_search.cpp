@@ -4,15 +4,11 @@
 // the field functions (classic_search.h) and the case rows of single-byte
 // pages.
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <map>
-#include <mutex>
 #include <string>
 
 #include "support/export.h"
 #include "text/classic_search.h"
-#include "text/code_page.h"
 #include "text/encoding_convert.h"
 #include "text/simple_case.h"
 #include "text/string_chars.h"
@@ -168,34 +164,12 @@ int32_t FindSingleByte(TESSstring s, TESSstring find, int64_t start) {
 
 }  // namespace
 
-// Built once per page and direction: each byte taken to Unicode, mapped to
-// its simple case partner and back, kept where the page has no single byte
-// for the partner.
+// The page's table, the system encoding's for raw bytes, and the ASCII
+// table where neither has one.
 const unsigned char* CaseRowFor(uint32_t encoding, bool upper) {
-  static std::mutex sLock;
-  static std::map<std::pair<uint32_t, bool>, std::array<unsigned char, 256>> sRows;  // never shrinks
-  uint32_t page = CodePageFromEncoding(encoding);
-  if (encoding == kEncodingUnknown || page == 0 || !IsSingleByteCodePage(page))
-    page = CodePageFromEncoding(kEncodingMacRoman);  // the fallback row of ASCII text
-  std::lock_guard<std::mutex> hold(sLock);
-  auto [it, made] = sRows.try_emplace({page, upper});
-  std::array<unsigned char, 256>& row = it->second;
-  if (made) {
-    unsigned char all[256];
-    for (int b = 0; b < 256; ++b) row[b] = all[b] = static_cast<unsigned char>(b);
-    std::u16string units;
-    if (MultiByteToWide(page, all, 256, units) && units.size() == 256) {
-      std::string back;
-      for (int b = 0; b < 256; ++b) {
-        const char16_t mapped =
-            char16_t(upper ? SimpleUpperCase(units[b]) : SimpleLowerCase(units[b]));
-        if (mapped == units[b] || !WideToMultiByte(page, &mapped, 1, back)) continue;
-        if (back.size() == 1 && (back[0] != '?' || mapped == u'?'))
-          row[b] = static_cast<unsigned char>(back[0]);
-      }
-    }
-  }
-  return row.data();
+  const ScriptTable* table = FindScriptTable(ResolveUnknownEncoding(encoding));
+  if (!table) table = FindScriptTable(kEncodingASCII);
+  return upper ? table->upper : table->lower;
 }
 
 PatternSearch::PatternSearch(TESSstring text, TESSstring pattern, bool exact)

@@ -29,7 +29,14 @@ std::string Apply(TESSstring (*f)(TESSstring), std::string_view s, uint32_t e = 
 TEST(ClassicCase, UnicodeText) {
   EXPECT_EQ(Apply(StringUCase, "abc \xC3\xA9\xCF\x83\xD0\xB6"), "ABC \xC3\x89\xCE\xA3\xD0\x96");
   EXPECT_EQ(Apply(StringLCase, "ABC \xC3\x89\xCE\xA3\xD0\x96"), "abc \xC3\xA9\xCF\x83\xD0\xB6");
-  EXPECT_EQ(Apply(StringUCase, "stra\xC3\x9F" "e"), "STRA\xC3\x9F" "E");  // ß has no single upper form
+  // The case pairs are those of simple case folding over the Latin, Greek,
+  // Cyrillic, Armenian, letterlike, enclosed and fullwidth blocks.
+  EXPECT_EQ(Apply(StringUCase, "stra\xC3\x9F" "e"), "STRA\xE1\xBA\x9E" "E");  // ß pairs with ẞ
+  EXPECT_EQ(Apply(StringLCase, "\xE2\x84\xAA"), "k");              // Kelvin sign
+  EXPECT_EQ(Apply(StringUCase, "k"), "K");                          // the first pair of k
+  EXPECT_EQ(Apply(StringLCase, "\xC2\xB5"), "\xCE\xBC");            // micro sign to mu
+  EXPECT_EQ(Apply(StringUCase, "\xCE\xBC"), "\xCE\x9C");            // mu to capital mu
+  EXPECT_EQ(Apply(StringUCase, "\xE1\x83\x90"), "\xE1\x83\x90");    // Georgian: no pairs
   EXPECT_EQ(Apply(StringUCase, "\xF0\x90\x90\xA8"), "\xF0\x90\x90\xA8");  // beyond U+FFFF: unchanged
   EXPECT_EQ(Apply(StringUCase, "a\xFF" "b"), "A\xFF" "B");                  // malformed bytes pass
   EXPECT_EQ(StringUCase(nullptr), nullptr);

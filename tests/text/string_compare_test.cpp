@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "kit/string_counts.h"
 #include "string_test_support.h"
 #include "text/string_compare.h"
@@ -114,22 +116,23 @@ TEST(CompareText, MixedEncodingsAreReconciledFirst) {
   EXPECT_TRUE(check.NoLeaks());
 }
 
-// Encodings without a script table are ordered by the root collation of
-// their UTF-16 forms.
+// Encodings without a script table (ISO-8859-14 here) are ordered by the
+// root collation of their UTF-16 forms.
 TEST(CompareText, OtherEncodingsCollateAtRootStrength) {
-  StringHolder a = Make("a", kEncodingWindowsLatin1);
-  StringHolder capitalB = Make("B", kEncodingWindowsLatin1);
+  constexpr uint32_t kLatin8 = 0x20E;
+  StringHolder a = Make("a", kLatin8);
+  StringHolder capitalB = Make("B", kLatin8);
   EXPECT_EQ(Text(a, capitalB, false), -1);  // bytes would say 'a' > 'B'
-  StringHolder lower = Make("abc", kEncodingWindowsLatin1);
-  StringHolder upper = Make("ABC", kEncodingWindowsLatin1);
+  StringHolder lower = Make("abc", kLatin8);
+  StringHolder upper = Make("ABC", kLatin8);
   EXPECT_EQ(Text(lower, upper, true), 0);
   EXPECT_EQ(Text(lower, upper, false), -1);  // lower case first at tertiary strength
   EXPECT_EQ(Text(upper, lower, false), 1);
-  StringHolder accent = Make("\xE1", kEncodingWindowsLatin1);  // á
-  StringHolder plain = Make("a", kEncodingWindowsLatin1);
+  StringHolder accent = Make("\xE1", kLatin8);  // á
+  StringHolder plain = Make("a", kLatin8);
   EXPECT_EQ(Text(plain, accent, true), -1);  // secondary strength keeps accents
   // Equal by collation: fewer units is less (U+0000 is ignorable).
-  StringHolder withNul = Make(std::string_view("a\0", 2), kEncodingWindowsLatin1);
+  StringHolder withNul = Make(std::string_view("a\0", 2), kLatin8);
   EXPECT_EQ(Text(plain, withNul, true), -1);
   EXPECT_EQ(Text(withNul, plain, true), 1);
 }
@@ -148,7 +151,30 @@ TEST(CompareText, ScriptTableUsesWeightsAndTheUpperRow) {
   EXPECT_EQ(vela::CompareThroughTable(ab, 2, abUpper, 2, table, false), -1);
   EXPECT_EQ(vela::CompareThroughTable(ab, 2, abc, 3, table, false), -1);
   EXPECT_EQ(vela::CompareThroughTable(abc, 3, ab, 2, table, false), 1);
-  EXPECT_EQ(vela::FindScriptTable(kEncodingMacRoman), nullptr);
+}
+
+// The generated tables order a page's letters by base letter, then upper
+// case before lower case, then accent.
+TEST(CompareText, PagesWithATableCompareByItsWeights) {
+  auto order = [](std::string_view a, std::string_view b, uint32_t encoding, bool fold) {
+    return Text(Make(a, encoding), Make(b, encoding), fold);
+  };
+  EXPECT_EQ(order("A", "a", kEncodingMacRoman, false), -1);
+  EXPECT_EQ(order("a", "B", kEncodingMacRoman, false), -1);
+  EXPECT_EQ(order("\x83", "\x8E", kEncodingMacRoman, false), -1);  // É before é
+  EXPECT_EQ(order("\x8E", "f", kEncodingMacRoman, false), -1);      // é among the e's
+  EXPECT_EQ(order("\x83", "\x8E", kEncodingMacRoman, true), 0);    // folded through row 0
+  EXPECT_EQ(order("9", "A", kEncodingWindowsLatin1, false), -1);
+  EXPECT_EQ(order(" ", "0", kEncodingWindowsLatin1, false), -1);
+  EXPECT_EQ(order("\xC9", "\xE9", kEncodingWindowsLatin1, true), 0);  // É and é in 1252
+  // ASCII text has MacRoman's table; pages outside the list have none.
+  const vela::ScriptTable* ascii = vela::FindScriptTable(kEncodingASCII);
+  const vela::ScriptTable* roman = vela::FindScriptTable(kEncodingMacRoman);
+  ASSERT_NE(ascii, nullptr);
+  ASSERT_NE(roman, nullptr);
+  EXPECT_EQ(0, std::memcmp(ascii, roman, sizeof *ascii));
+  EXPECT_EQ(vela::FindScriptTable(0x20E), nullptr);
+  EXPECT_EQ(vela::FindScriptTable(kEncodingUTF8), nullptr);
 }
 
 // Whatever the branch, swapping the arguments negates the order.

@@ -147,6 +147,10 @@ double ParseValText(std::string_view text) {
   double value = 0;
   bool numeric = false;
   if (ReadRadixValue(t, &value, &numeric)) return value;
+  return ParseDecimalPrefix(t);
+}
+
+double ParseDecimalPrefix(std::string_view t) {
   bool digits = false;
   size_t n = ScanDecimal(t, false, &digits);
   if (n == 0) return 0;

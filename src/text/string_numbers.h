@@ -11,6 +11,12 @@ namespace vela {
 // The value Val gives for UTF-8 text (at most the first 128 bytes count).
 double ParseValText(std::string_view text);
 
+// The decimal number (sign, digits, one point, exponent with digits) that
+// the text starts with, read in the C locale; 0 if none. No blanks are
+// skipped and no radix forms read: the shared core of Val and the readers
+// of Double text.
+double ParseDecimalPrefix(std::string_view text);
+
 // The whole number that UTF-8 text starts with, for CLong: leading blanks,
 // an optional sign and decimal digits (saturating at the Int64 limits), or
 // a "&h", "&o" or "&b" form accumulated in 64 bits. Anything else gives 0.

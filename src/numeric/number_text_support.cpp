@@ -1,0 +1,41 @@
+// Shared pieces of the text forms of numbers; see number_text_support.h.
+#include "numeric/number_text_support.h"
+
+#include <unicode/utf8.h>
+
+#include "object/raise.h"
+#include "text/encoding_convert.h"
+#include "text/string_create.h"
+#include "text/string_holder.h"
+
+namespace vela {
+
+std::string NumberTextOf(TESSstring s) {
+  if (!s) return {};
+  if (s->mEncoding == kEncodingUnknown)
+    return std::string(StringText(s), size_t(StringLength(s)));  // read as ASCII bytes
+  StringHolder utf8 = StringHolder::Adopt(ConvertString(s, kEncodingUTF8));
+  return utf8 ? std::string(StringText(utf8.get()), size_t(StringLength(utf8.get())))
+              : std::string();
+}
+
+TESSstring NewNumberString(std::string_view text, uint32_t encoding) {
+  return NewString(text.data(), int32_t(text.size()), encoding);
+}
+
+void RaiseInvalidArgument(const std::string& message) {
+  RaiseNamedException("InvalidArgumentException", 0, message.c_str());
+}
+
+std::string_view CodePointAt(std::string_view text, size_t offset, size_t* next) {
+  int32_t i = int32_t(offset);
+  UChar32 c;
+  U8_NEXT(reinterpret_cast<const uint8_t*>(text.data()), i, int32_t(text.size()), c);
+  (void)c;  // a malformed sequence still spans the bytes U8_NEXT stepped over
+  *next = size_t(i);
+  return text.substr(offset, size_t(i) - offset);
+}
+
+bool IsBlankByte(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+}  // namespace vela

@@ -4,22 +4,11 @@
 #include <string>
 
 #include "object/raise.h"
+#include "numeric/array_fold.h"
 #include "support/export.h"
 #include "vela/numbers.h"
 
 namespace {
-
-using Int64Getter = uint64_t (*)(RuntimeArray*, int32_t);
-
-template <typename Op>
-uint64_t Fold(uint64_t a, uint64_t b, RuntimeArray* more, Op op) {
-  uint64_t result = op(a, b);
-  if (!more) return result;
-  const auto get = reinterpret_cast<Int64Getter>(more->ops->get);
-  const int32_t last = RuntimeUBound(more);
-  for (int32_t i = 0; i <= last; ++i) result = op(result, get(more, i));
-  return result;
-}
 
 uint64_t And(uint64_t a, uint64_t b) { return a & b; }
 uint64_t Or(uint64_t a, uint64_t b) { return a | b; }
@@ -50,13 +39,13 @@ VELA_EXPORT uint64_t BitwiseOr(uint64_t a, uint64_t b) { return a | b; }
 VELA_EXPORT uint64_t BitwiseXor(uint64_t a, uint64_t b) { return a ^ b; }
 
 VELA_EXPORT uint64_t RuntimeBitwiseAnd(uint64_t a, uint64_t b, RuntimeArray* more) {
-  return Fold(a, b, more, And);
+  return vela::FoldWithArray(a, b, more, And);
 }
 VELA_EXPORT uint64_t RuntimeBitwiseOr(uint64_t a, uint64_t b, RuntimeArray* more) {
-  return Fold(a, b, more, Or);
+  return vela::FoldWithArray(a, b, more, Or);
 }
 VELA_EXPORT uint64_t RuntimeBitwiseXor(uint64_t a, uint64_t b, RuntimeArray* more) {
-  return Fold(a, b, more, Xor);
+  return vela::FoldWithArray(a, b, more, Xor);
 }
 
 VELA_EXPORT uint64_t RuntimeBitwiseShiftLeft(uint64_t value, int32_t shift, int32_t numBits) {

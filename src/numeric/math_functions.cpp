@@ -3,22 +3,11 @@
 // arguments left to right, a tie leaving the later value.
 #include <cmath>
 
+#include "numeric/array_fold.h"
 #include "support/export.h"
 #include "vela/numbers.h"
 
 namespace {
-
-using DoubleGetter = double (*)(RuntimeArray*, int32_t);
-
-template <typename Pick>
-double Fold(double first, double second, RuntimeArray* more, Pick pick) {
-  double result = pick(first, second);
-  if (!more) return result;
-  const auto get = reinterpret_cast<DoubleGetter>(more->ops->get);
-  const int32_t last = RuntimeUBound(more);
-  for (int32_t i = 0; i <= last; ++i) result = pick(result, get(more, i));
-  return result;
-}
 
 // The later value stands unless the earlier one is strictly beyond it.
 double Larger(double earlier, double later) { return earlier > later ? earlier : later; }
@@ -53,9 +42,9 @@ VELA_EXPORT int32_t RuntimeSign(double value) {
 }
 
 VELA_EXPORT double RuntimeMax(double value1, double value2, RuntimeArray* more) {
-  return Fold(value1, value2, more, Larger);
+  return vela::FoldWithArray(value1, value2, more, Larger);
 }
 
 VELA_EXPORT double RuntimeMin(double value1, double value2, RuntimeArray* more) {
-  return Fold(value1, value2, more, Smaller);
+  return vela::FoldWithArray(value1, value2, more, Smaller);
 }

@@ -12,22 +12,17 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// An array of Doubles or of 64-bit integers for the ParamArray forms.
-RuntimeArray* DoubleArray(std::initializer_list<double> values) {
-  RuntimeArray* array = RuntimeArrayCreateSingleDimBoundedArray(kArrayFloat64, int32_t(values.size()) - 1);
-  auto set = reinterpret_cast<void (*)(RuntimeArray*, double, int32_t)>(array->ops->set);
+// A one-dimensional array of the given kind for the ParamArray forms.
+template <typename T>
+RuntimeArray* ArrayOf(int32_t kind, std::initializer_list<T> values) {
+  RuntimeArray* array = RuntimeArrayCreateSingleDimBoundedArray(kind, int32_t(values.size()) - 1);
+  auto set = reinterpret_cast<void (*)(RuntimeArray*, T, int32_t)>(array->ops->set);
   int32_t i = 0;
-  for (double v : values) set(array, v, i++);
+  for (T v : values) set(array, v, i++);
   return array;
 }
-
-RuntimeArray* UInt64Array(std::initializer_list<uint64_t> values) {
-  RuntimeArray* array = RuntimeArrayCreateSingleDimBoundedArray(kArrayUInt64, int32_t(values.size()) - 1);
-  auto set = reinterpret_cast<void (*)(RuntimeArray*, uint64_t, int32_t)>(array->ops->set);
-  int32_t i = 0;
-  for (uint64_t v : values) set(array, v, i++);
-  return array;
-}
+RuntimeArray* DoubleArray(std::initializer_list<double> v) { return ArrayOf(kArrayFloat64, v); }
+RuntimeArray* UInt64Array(std::initializer_list<uint64_t> v) { return ArrayOf(kArrayUInt64, v); }
 
 TEST(NumericFunctions, SignsAndAbsoluteValues) {
   EXPECT_TRUE(std::signbit(RuntimeAbs(-0.0)));  // -0.0 is not below 0

@@ -3,8 +3,8 @@
 // references live in the table: spread over as many targets, or all on the
 // one target that the measured reference uses ("OneTarget").
 //
-//   build/<dir>/bench/vela_bench \
-//     --benchmark_filter='Weak_|Object_LockUnlockPair|Object_NewAndLastUnlock'
+//   build/<dir>/bench/vela_bench
+//       --benchmark_filter='Weak_|Object_LockUnlockPair|Object_NewAndLastUnlock'
 #include <benchmark/benchmark.h>
 
 #include <vector>

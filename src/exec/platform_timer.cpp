@@ -1,7 +1,6 @@
 #include "exec/platform_timer.h"
 
-#include <time.h>
-
+#include "platform/clock.h"
 #include "support/assert.h"
 
 namespace vela {
@@ -20,10 +19,6 @@ void WinTimerStop(PlatformTimer* timer) {
   if (timer) VELA_NOT_BUILT("platform timers (WinTimerStop)");
 }
 
-uint32_t SchedulerNow() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return uint32_t(uint64_t(now.tv_sec) * 1000u + uint64_t(now.tv_nsec) / 1000000u);
-}
+uint32_t SchedulerNow() { return platform::SchedulerClock(); }
 
 }  // namespace vela

@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include "exec/application.h"
+#include "exec/periodic_task.h"
 #include "exec/runtime_state.h"
 #include "exec/thread_record.h"
 #include "object/raise.h"
@@ -25,7 +26,11 @@ void RaiseEndUnlessDelivering() {
 // application without windows.
 void MainLoopIteration() {
   RuntimeState& state = State();
+  // Tasks without a platform timer (the scheduler's among them) run here,
+  // and the other language threads get their turn.
+  RunPeriodicTasks(true);
   VELA_ASSERT(sCurrentThread);
+  Yield(false);
   bool windowsOpen = OpenWindowCount() != 0;
   ApplicationObject* data = AppData(state.application);
   if (!windowsOpen && !state.quitRequested && state.inRun && data && data->autoQuit &&
@@ -34,8 +39,15 @@ void MainLoopIteration() {
     state.quitRequested = true;
   }
   if (!state.quitRequested) {
-    timespec idle{0, 20 * 1000000L};  // nothing to poll yet: the polling path's wait
-    nanosleep(&idle, nullptr);
+    // The polling path's wait for input, which nothing sends yet. While a
+    // task must be polled it lasts 5 ms and is a sleep of the main thread in
+    // the scheduler, so that the other language threads run meanwhile.
+    if (AnyTaskWithoutTimer()) {
+      SleepCurrentThread(5);
+    } else {
+      timespec idle{0, 20 * 1000000L};
+      nanosleep(&idle, nullptr);
+    }
   }
 }
 }  // namespace
@@ -83,8 +95,6 @@ VELA_EXPORT void TS_ApplicationQuit(void) {
 }
 
 VELA_EXPORT void AppSleepCurrentThread(RuntimeObject*, int32_t milliseconds) {
-  // A detached thread runs beside the turn and has nothing to give up.
-  if (!CurrentThreadState().isLanguageThread) return;
   SleepCurrentThread(milliseconds);
 }
 

@@ -70,10 +70,8 @@ VELA_EXPORT void RuntimeInit(void) {
   // made per window and per picture.
   state.secondFont = {"System", 0, 0.0};
 
-  platform::StackBounds bounds = platform::CurrentThreadStackBounds();
-  sMainThread->stackHigh = bounds.high;
-  sMainThread->stackSize = bounds.size;
-  if (sCurrentThread == sMainThread) sMainThread->priority = 5;
+  // The record already holds this thread's stack bounds.
+  if (sCurrentThread == sMainThread) SetPriority(sMainThread, 5);
 
   // The socket layer reports a closed peer as an error, never as a signal.
   signal(SIGPIPE, SIG_IGN);

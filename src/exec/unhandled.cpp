@@ -24,7 +24,8 @@ bool IsA(ExceptionKind kind, RuntimeObject* exception) {
 
 // A detached thread, or a language thread that is not the main thread.
 bool OffTheMainThread() {
-  return !CurrentThreadState().isLanguageThread || sCurrentThread != sMainThread;
+  const ThreadLocalState& local = CurrentThreadState();
+  return local.detached || !local.isLanguageThread || sCurrentThread != sMainThread;
 }
 
 // The main thread's queue of forwarded exceptions, standing for the
@@ -140,12 +141,12 @@ VELA_EXPORT void UnhandledException(RuntimeObject* exception) {
   State().quitRequested = true;
 }
 
-// Stack checking is on for every language thread; a switch per thread comes
-// with the scheduler's threads.
 VELA_EXPORT void RuntimeStackCheck(void) {
-  if (!CurrentThreadState().isLanguageThread) return;  // detached threads run unchecked
+  const ThreadLocalState& local = CurrentThreadState();
+  if (!local.isLanguageThread || local.detached) return;  // detached threads run unchecked
   RuntimeThread* thread = sCurrentThread;
-  if (!thread || !thread->stackHigh || thread->stackSize > thread->stackHigh) return;
+  if (!thread || !thread->stackCheck || !thread->stackHigh || thread->stackSize > thread->stackHigh)
+    return;
   const uintptr_t low = thread->stackHigh - thread->stackSize;
   const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
   // A tenth of the stack stays free for the raise and what handles it.

@@ -8,6 +8,7 @@
 #include "support/export.h"
 #include "text/string_create.h"
 #include "text/text_bridge.h"
+#include "vela/text.h"
 
 namespace vela {
 namespace {
@@ -269,8 +270,7 @@ VELA_EXPORT TESSstring RuntimeExceptionMessageGetter(RuntimeObject* exception) {
     RuntimeLockString(data->message);
     return data->message;
   }
-  if (data->reason) VELA_NOT_BUILT("Text: RuntimeStringFromText for an exception's reason");
-  return nullptr;
+  return RuntimeStringFromText(data->reason);
 }
 
 VELA_EXPORT void RuntimeExceptionMessageSetter(RuntimeObject* exception, TESSstring message) {
@@ -284,9 +284,7 @@ VELA_EXPORT TextValue RuntimeExceptionReasonGetter(RuntimeObject* exception) {
     LockTextValue(data->reason);
     return data->reason;
   }
-  if (StringLength(data->message) > 0)
-    VELA_NOT_BUILT("Text: an exception's message in Text form");
-  return nullptr;
+  return RuntimeTextFromOldString(data->message);
 }
 
 VELA_EXPORT void RuntimeExceptionReasonSetter(RuntimeObject* exception, TextValue reason) {

@@ -10,11 +10,10 @@
 #include "support/export.h"
 #include "text/string_create.h"
 #include "vela/arrays.h"
+#include "vela/text.h"
 
 namespace vela {
 namespace {
-constexpr const char* kReportPath = "Common/ObjectModel/RuntimeExceptionFoundation";
-
 // StackFrame and Vela.Core.StackFrame share one native structure. The name
 // is kept as an ASCII string; the newer class hands it out as Text.
 struct StackFrameObject {
@@ -123,8 +122,7 @@ VELA_EXPORT uintptr_t VelaCoreStackFrame_Address(RuntimeObject* frame) {
 
 VELA_EXPORT TextValue VelaCoreStackFrame_Name(RuntimeObject* frame) {
   StackFrameObject* data = FrameData(gCoreStackFrameDecl, frame);
-  if (data && data->name) VELA_NOT_BUILT("Text: a stack frame's name in Text form");
-  return nullptr;
+  return data ? RuntimeTextFromOldString(data->name) : nullptr;
 }
 
 static_assert(offsetof(StackFrameObject, address) == 48 && offsetof(StackFrameObject, name) == 56);

@@ -90,6 +90,8 @@ size_t WideLength(const uint16_t* text) {
 
 }  // namespace
 
+bool RegisterRawText(RawTextKind kind, void* block) { return Register(kind, block); }
+
 int32_t RawTextLockCount(RawTextKind kind, const void* text) {
   const LockMap& map = MapOf(kind);
   auto entry = map.find(text);

@@ -17,4 +17,9 @@ enum class RawTextKind { kC, kPascal, kWide };
 // The count of a registered block, or 0 when `text` is not registered.
 int32_t RawTextLockCount(RawTextKind kind, const void* text);
 
+// Registers a fresh malloc'd block with the count 1, for other bridges
+// (Text) that hand out raw text; on failure the block is freed and false
+// returned.
+bool RegisterRawText(RawTextKind kind, void* block);
+
 }  // namespace vela

@@ -6,17 +6,12 @@
 // string_case_trim.cpp.
 #include "text/string_ops_classic.h"
 
-#include "support/assert.h"
 #include "text/string_compare.h"
 #include "text/string_copy.h"
 #include "text/string_record.h"
+#include "text/text_ops.h"
 
 namespace vela {
-namespace {
-
-constexpr const char* kReportPath = "Universal/StringOpsClassic";
-
-}  // namespace
 
 StringOpsClassic& StringOpsClassic::Get() {
   static StringOpsClassic* const sInstance = new StringOpsClassic;  // lives to process end
@@ -55,15 +50,7 @@ const char* StringOpsClassic::ContentsIfEncoded(TESSstring s, uint32_t encoding,
   return StringContentsIfEncoded(s, encoding, outLength);
 }
 
-// Operations that belong to the classic string functions and to Text: each
-// reports itself by name until its implementation lands, and answers as for
-// an impossible request.
-#define VELA_UNBUILT_SLOT(Ret, Name, Params, Fallback)     \
-  Ret StringOpsClassic::Name Params {                      \
-    VELA_NOT_BUILT("StringOpsClassic::" #Name);            \
-    return Fallback;                                       \
-  }
-VELA_UNBUILT_SLOT(TextRecord*, ToText, (TESSstring), nullptr)
-#undef VELA_UNBUILT_SLOT
+// The lenient road from String to Text: through UTF-8, malformed text is Nil.
+TextRecord* StringOpsClassic::ToText(TESSstring s) { return TextFromString(s); }
 
 }  // namespace vela

@@ -1,4 +1,5 @@
-// What the object layer needs of Text values before the Text type exists.
+// What the object layer needs of Text values: reference counting on the
+// handles it stores (properties, exception data, array elements).
 #pragma once
 
 #include "vela/accessors.h"

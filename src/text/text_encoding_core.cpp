@@ -9,6 +9,7 @@
 #include "object/class_decl.h"
 #include "object/raise.h"
 #include "support/assert.h"
+#include "text/text_value.h"
 #include "vela/encodings.h"
 
 namespace {
@@ -177,20 +178,19 @@ bool CoreBytesToText(RuntimeObject* encoding, std::string_view bytes, bool allow
 
 using namespace vela;
 
-// The Text and MemoryBlock sides of these exports come with those types.
-RuntimeObject* TextEncoding_FromIANAName(TextValue) {
-  VELA_NOT_BUILT("TextEncoding_FromIANAName: Text values");
-  return nullptr;
+RuntimeObject* TextEncoding_FromIANAName(TextValue name) {
+  return CoreEncodingFromName(TextView(name));
 }
-TextValue TextEncoding_IANAName(RuntimeObject*) {
-  VELA_NOT_BUILT("TextEncoding_IANAName: Text values");
-  return nullptr;
+TextValue TextEncoding_IANAName(RuntimeObject* self) {
+  const std::string name = CoreEncodingIanaName(self);
+  return NewText(std::u16string(name.begin(), name.end()).data(), int32_t(name.size()));
 }
+// The data side of these two is a MemoryBlock, which comes with that type.
 RuntimeObject* TextEncoding_ConvertTextToData(RuntimeObject*, TextValue, bool) {
-  VELA_NOT_BUILT("TextEncoding_ConvertTextToData: Text and MemoryBlock values");
+  VELA_NOT_BUILT("TextEncoding_ConvertTextToData: MemoryBlock values");
   return nullptr;
 }
 TextValue TextEncoding_ConvertDataToText(RuntimeObject*, RuntimeObject*, bool) {
-  VELA_NOT_BUILT("TextEncoding_ConvertDataToText: Text and MemoryBlock values");
+  VELA_NOT_BUILT("TextEncoding_ConvertDataToText: MemoryBlock values");
   return nullptr;
 }

@@ -11,6 +11,7 @@
 
 #include "vela/object.h"
 #include "vela/string.h"
+#include "vela/text.h"
 
 namespace {
 
@@ -323,6 +324,31 @@ TEST(StringRecordLayout, WideTextIsReadableInPlaceAsUtf16) {
   EXPECT_EQ(units[1], 0x00E9);
   EXPECT_EQ(units[4], 0);  // a terminated UTF-16 string without a copy
   RuntimeUnlockString(s);
+}
+
+// A Text read by offsets as compiled code reads it: count, units, length in
+// units, characters once counted.
+TEST(TextRecordLayout, FieldsAtTheirOffsets) {
+  const uint16_t wide[] = {u'e', 0x0301, u'x', 0};  // three units, two characters
+  TextValue t = RuntimeTextFromWString(wide);
+  ASSERT_NE(t, nullptr);
+  EXPECT_EQ(Address(t) % 8, 0u);
+  int32_t refCount, length, charCount;
+  std::memcpy(&refCount, t, 4);
+  std::memcpy(&length, reinterpret_cast<const char*>(t) + 16, 4);
+  EXPECT_EQ(refCount, 1);
+  EXPECT_EQ(length, 3);
+  const auto* units = reinterpret_cast<const uint16_t*>(Word(t, 1));
+  EXPECT_EQ(units[0], u'e');
+  EXPECT_EQ(units[1], 0x0301);
+  EXPECT_EQ(units[2], u'x');
+  EXPECT_EQ(units[3], 0);  // zero-terminated
+  EXPECT_EQ(RuntimeTextLen(t), 2);
+  std::memcpy(&charCount, reinterpret_cast<const char*>(t) + 20, 4);
+  EXPECT_EQ(charCount, 2);  // cached by the count
+  EXPECT_EQ(Word(t, 3), 0u);  // reserved
+  EXPECT_EQ(sizeof(TextRecord), 32u);
+  RuntimeUnlockText(t);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "kit/string_counts.h"
 #include "text/string_create.h"
 #include "vela/accessors.h"
+#include "vela/text.h"
 
 namespace vela {
 namespace {
@@ -100,11 +101,22 @@ TEST(Accessors, ObjectSetterLocksTheNewValueBeforeDroppingTheOld) {
   objSetter(arena.object(), 24, nullptr);  // drops the last reference
 }
 
-TEST(Accessors, NilTextValuesNeedNoTextType) {
+TEST(Accessors, TextValuesAreCountedLikeStrings) {
   FieldArena arena;
   ptrSetter(arena.object(), 8, nullptr);
   textSetter(arena.object(), 8, nullptr);
   EXPECT_EQ(textGetter(arena.object(), 8), nullptr);
+  const uint16_t units[] = {'h', 'i', 0};
+  TextValue text = RuntimeTextFromWString(units);
+  textSetter(arena.object(), 8, text);
+  EXPECT_EQ(text->mRefCount, 2);
+  TextValue read = textGetter(arena.object(), 8);
+  EXPECT_EQ(read, text);
+  EXPECT_EQ(text->mRefCount, 3);
+  RuntimeUnlockText(read);
+  textSetter(arena.object(), 8, nullptr);
+  EXPECT_EQ(text->mRefCount, 1);
+  RuntimeUnlockText(text);
 }
 
 }  // namespace

@@ -129,9 +129,9 @@ TEST(ArrayReferences, ObjectsAreCountedAndWrappersCheckTheirClass) {
   RuntimeUnlockObject(shape);
 }
 
-TEST(ArrayReferences, TextAndAutoElementsWorkWhileNil) {
+TEST(ArrayReferences, AutoElementsWorkWhileNil) {
   LeakCheck leaks;
-  for (int32_t kind : {kArrayText, kArrayAuto}) {
+  for (int32_t kind : {kArrayAuto}) {
     Held a(CreateArray(1, kind, 2));
     EXPECT_EQ(a->ops->elementSize(a), 8);
     Set<void*>(a, nullptr, 1);

@@ -12,6 +12,7 @@
 #include "object_test_support.h"
 #include "text/string_create.h"
 #include "vela/exceptions.h"
+#include "vela/text.h"
 
 namespace vela {
 namespace {
@@ -86,6 +87,27 @@ TEST(ExceptionClasses, MessageReasonAndErrorNumberAccessors) {
   EXPECT_EQ(message->mRefCount, 1);
   RuntimeUnlockString(message);
   RuntimeUnlockObject(e);
+}
+
+TEST(ExceptionClasses, MessageAndReasonReadEachOtherInTheirOwnType) {
+  ExceptionClasses classes;
+  testkit::LeakCheck leaks;
+  RuntimeObject* e = RuntimeNewObject(classes.Get("RuntimeException"));
+  TESSstring message = NewString("d\xC3\xA9j\xC3\xA0", -1, kEncodingUTF8);
+  RuntimeExceptionMessageSetter(e, message);
+  TextValue reason = RuntimeExceptionReasonGetter(e);
+  ASSERT_NE(reason, nullptr);
+  EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(reason->mChars), 4), u"d\u00e9j\u00e0");
+  RuntimeExceptionReasonSetter(e, reason);  // the reason replaces the message
+  RuntimeUnlockText(reason);
+  TESSstring read = RuntimeExceptionMessageGetter(e);
+  ASSERT_NE(read, nullptr);
+  EXPECT_NE(read, message);
+  EXPECT_EQ(read->mEncoding, kEncodingUTF8);
+  EXPECT_EQ(std::string(StringText(read)), StringText(message));
+  RuntimeUnlockString(read);
+  RuntimeUnlockString(message);
+  RuntimeUnlockObject(e);  // drops the reason
 }
 
 TEST(ExceptionClasses, ErrorFamilyReadersAndTheirReferences) {

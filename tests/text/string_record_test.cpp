@@ -12,6 +12,7 @@
 #include "kit/string_counts.h"
 #include "string_test_support.h"
 #include "text/string_ops_classic.h"
+#include "vela/text.h"
 
 namespace {
 
@@ -362,12 +363,12 @@ TEST(StringOpsTable, ContentsIfEncodedNeedsTheExactEncoding) {
   EXPECT_TRUE(ops.IsEmpty(nullptr));
 }
 
-TEST(StringOpsTable, OperationsNotBuiltReportTheirName) {
-  RecordingReporter reporter;
+TEST(StringOpsTable, ToTextDecodesTheStringsText) {
   StringHolder s = Make("abc", kEncodingUTF8);
-  EXPECT_EQ(vela::StringOpsClassic::Get().ToText(s.get()), nullptr);
-  ASSERT_EQ(reporter.count(), 1u);
-  EXPECT_EQ(reporter.reports()[0].message, "StringOpsClassic::ToText");
+  TextRecord* text = vela::StringOpsClassic::Get().ToText(s.get());
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->mLength, 3);
+  RuntimeUnlockText(text);
 }
 
 }  // namespace

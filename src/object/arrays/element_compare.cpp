@@ -4,6 +4,7 @@
 #include "object/delegate.h"
 #include "support/ascii.h"
 #include "support/assert.h"
+#include "vela/text.h"
 
 namespace vela {
 namespace {
@@ -57,10 +58,6 @@ int32_t CompareObjectElements(RuntimeObject* a, RuntimeObject* b) {
   return CompareAddresses(a, b);
 }
 
-int32_t CompareTextElements(TextValue a, TextValue b) {
-  if (a == b && !a) return 0;
-  VELA_NOT_BUILT("Text: comparison of Text values");
-  return CompareAddresses(a, b);
-}
+int32_t CompareTextElements(TextValue a, TextValue b) { return RuntimeCompareText(a, b); }
 
 }  // namespace vela

@@ -17,7 +17,8 @@ namespace vela {
 // addresses decide.
 int32_t CompareObjectElements(RuntimeObject* a, RuntimeObject* b);
 
-// Text order. Nil equals nil; any other Text value needs the Text type.
+// Text order: the language's comparison of Text, which ignores case and
+// accents; Nil sorts first.
 int32_t CompareTextElements(TextValue a, TextValue b);
 
 }  // namespace vela

@@ -10,8 +10,10 @@
 #include "numeric/integer_types.h"
 #include "numeric/machine_convert.h"
 #include "numeric/number_text_support.h"
+#include "object/raise.h"
 #include "support/export.h"
 #include "vela/number_text.h"
+#include "vela/number_text_locale.h"
 
 namespace vela {
 namespace {
@@ -52,10 +54,9 @@ int DigitValue(char c) {
 }
 
 template <typename T>
-T FromDigits(TESSstring s, Radix radix) {
-  const std::string text = NumberTextOf(s);
+T FromDigits(const std::string& text, Radix radix, const NumberTextFlavour& flavour) {
   if (text.empty()) {
-    RaiseInvalidArgument("Empty string values are not valid input.");
+    RaiseNamedException(flavour.invalidArgument, 0, EmptyMessage(flavour, "input").c_str());
     return 0;
   }
   using U = std::make_unsigned_t<T>;
@@ -65,8 +66,9 @@ T FromDigits(TESSstring s, Radix radix) {
     const std::string_view character = CodePointAt(text, i, &next);
     const int digit = character.size() == 1 ? DigitValue(character[0]) : 99;
     if (digit >= (1 << radix.bits)) {
-      RaiseInvalidArgument("Character '" + std::string(character) + "' is not valid " +
-                           radix.kind + " data");
+      const std::string message =
+          "Character '" + std::string(character) + "' is not valid " + radix.kind + " data";
+      RaiseNamedException(flavour.badData, 0, message.c_str());
       return 0;
     }
     value = U(value << radix.bits) | U(digit);
@@ -111,9 +113,24 @@ VELA_FLOAT_DIGITS(Single, float)
 VELA_FLOAT_DIGITS(Double, double)
 #undef VELA_FLOAT_DIGITS
 
-#define VELA_DIGIT_READERS(Word, Type)                                                         \
-  VELA_EXPORT Type Word##FromBinaryString(TESSstring s) { return FromDigits<Type>(s, kBinary); } \
-  VELA_EXPORT Type Word##FromOctalString(TESSstring s) { return FromDigits<Type>(s, kOctal); }   \
-  VELA_EXPORT Type Word##FromHexString(TESSstring s) { return FromDigits<Type>(s, kHex); }
+// The String forms raise InvalidArgumentException; the Text forms raise
+// the newer API's classes.
+#define VELA_DIGIT_READERS(Word, Type)                                              \
+  VELA_EXPORT Type Word##FromBinaryString(TESSstring s) {                           \
+    return FromDigits<Type>(NumberTextOf(s), kBinary, kStringFlavour);              \
+  }                                                                                 \
+  VELA_EXPORT Type Word##FromOctalString(TESSstring s) {                            \
+    return FromDigits<Type>(NumberTextOf(s), kOctal, kStringFlavour);               \
+  }                                                                                 \
+  VELA_EXPORT Type Word##FromHexString(TESSstring s) {                              \
+    return FromDigits<Type>(NumberTextOf(s), kHex, kStringFlavour);                 \
+  }                                                                                 \
+  VELA_EXPORT Type Word##FromBinary(TextValue t) {                                  \
+    return FromDigits<Type>(NumberTextOf(t), kBinary, kTextFlavour);                \
+  }                                                                                 \
+  VELA_EXPORT Type Word##FromOctal(TextValue t) {                                   \
+    return FromDigits<Type>(NumberTextOf(t), kOctal, kTextFlavour);                 \
+  }                                                                                 \
+  VELA_EXPORT Type Word##FromHex(TextValue t) { return FromDigits<Type>(NumberTextOf(t), kHex, kTextFlavour); }
 VELA_INTEGER_TYPES_WITH_ALIASES(VELA_DIGIT_READERS)
 #undef VELA_DIGIT_READERS

@@ -7,8 +7,20 @@
 #include "text/encoding_convert.h"
 #include "text/string_create.h"
 #include "text/string_holder.h"
+#include "text/text_ops.h"
 
 namespace vela {
+
+const NumberTextFlavour kStringFlavour{"InvalidArgumentException", "InvalidArgumentException",
+                                       "string", "Empty strings values are not valid integers.",
+                                       false};
+const NumberTextFlavour kTextFlavour{"Vela.Core.InvalidArgumentException",
+                                     "Vela.Core.BadDataException", "text",
+                                     "Empty text values are not valid integers.", true};
+
+std::string EmptyMessage(const NumberTextFlavour& flavour, const char* what) {
+  return std::string("Empty ") + flavour.noun + " values are not valid " + what + ".";
+}
 
 std::string NumberTextOf(TESSstring s) {
   if (!s) return {};
@@ -19,8 +31,18 @@ std::string NumberTextOf(TESSstring s) {
               : std::string();
 }
 
+std::string NumberTextOf(TextRecord* text) {
+  StringHolder utf8 = StringHolder::Adopt(StringFromText(text));
+  return utf8 ? std::string(StringText(utf8.get()), size_t(StringLength(utf8.get())))
+              : std::string();
+}
+
 TESSstring NewNumberString(std::string_view text, uint32_t encoding) {
   return NewString(text.data(), int32_t(text.size()), encoding);
+}
+
+TextRecord* NewNumberText(std::string_view utf8) {
+  return TextFromUtf8(utf8.data(), int32_t(utf8.size()));
 }
 
 void RaiseInvalidArgument(const std::string& message) {

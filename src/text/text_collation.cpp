@@ -71,15 +71,23 @@ const UChar* U(const char16_t* units) { return reinterpret_cast<const UChar*>(un
 
 int32_t Sign(int32_t value) { return value < 0 ? -1 : (value > 0 ? 1 : 0); }
 
-// The Vela.Core.Locale object's name. Locale objects do not exist yet; Nil
-// is the only locale that can reach here.
+LocaleNameReader gLocaleNameReader = nullptr;
+
+// The name of the locale object; Nil means en_US.
 void ReadLocaleName(RuntimeObject* locale, TextOptions& out) {
   std::strcpy(out.locale, kDefaultTextLocale);
   out.namedLocale = locale != nullptr;
-  if (locale) VELA_NOT_BUILT("Locale: the name of a Vela.Core.Locale object");
+  if (!locale) return;
+  if (!gLocaleNameReader) {
+    VELA_NOT_BUILT("Locale: no reader of locale objects is registered");
+    return;
+  }
+  gLocaleNameReader(locale, out.locale, sizeof out.locale);
 }
 
 }  // namespace
+
+void SetLocaleNameReader(LocaleNameReader reader) { gLocaleNameReader = reader; }
 
 bool ReadTextOptions(int32_t options, RuntimeObject* locale, TextOptions& out) {
   if (uint32_t(options) > 1) {

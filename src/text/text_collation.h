@@ -25,6 +25,11 @@ struct TextOptions {
   char locale[48] = "en_US";
 };
 
+// Where Text learns the ICU name of a locale object: the locale layer above
+// registers its reader at start-up. Without one, only Nil can be read.
+using LocaleNameReader = void (*)(RuntimeObject* locale, char* name, size_t capacity);
+void SetLocaleNameReader(LocaleNameReader reader);
+
 // Reads an options value and a locale object; false after raising
 // Vela.Core.InvalidArgumentException ("Options specified are invalid").
 bool ReadTextOptions(int32_t options, RuntimeObject* locale, TextOptions& out);

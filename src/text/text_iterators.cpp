@@ -9,7 +9,9 @@
 #include "object/class_decl.h"
 #include "support/assert.h"
 #include "support/export.h"
+#include "text/string_holder.h"
 #include "text/text_ops.h"
+#include "vela/auto.h"
 
 namespace vela {
 namespace {
@@ -190,18 +192,18 @@ VELA_EXPORT VelaBoolean TextCodepointIteratorMoveNext(RuntimeObject* iterator) {
   return it->mOffset < it->mLength;
 }
 
-// The values are Auto words, which need the Auto type.
-VELA_EXPORT VelaAutoWord TextCharacterIteratorValue(RuntimeObject*) {
-  VELA_NOT_BUILT("Auto: TextCharacterIteratorValue needs an Auto holding a Text");
-  return 0;
+// The values are Auto words: the current character as a Text or a String,
+// the current code point as a UInt32.
+VELA_EXPORT VelaAutoWord TextCharacterIteratorValue(RuntimeObject* iterator) {
+  TextHolder character = TextHolder::Adopt(TextCharacterIteratorCurrent(iterator));
+  return RuntimeCreateAutoFromText(character.get());
 }
-VELA_EXPORT VelaAutoWord StringCharacterIteratorValue(RuntimeObject*) {
-  VELA_NOT_BUILT("Auto: StringCharacterIteratorValue needs an Auto holding a String");
-  return 0;
+VELA_EXPORT VelaAutoWord StringCharacterIteratorValue(RuntimeObject* iterator) {
+  StringHolder character = StringHolder::Adopt(StringCharacterIteratorCurrent(iterator));
+  return RuntimeCreateAutoFromString(character.get());
 }
-VELA_EXPORT VelaAutoWord TextCodepointIteratorValue(RuntimeObject*) {
-  VELA_NOT_BUILT("Auto: TextCodepointIteratorValue needs an Auto holding a UInt32");
-  return 0;
+VELA_EXPORT VelaAutoWord TextCodepointIteratorValue(RuntimeObject* iterator) {
+  return RuntimeCreateAutoFromUInt32(TextCodepointIteratorCurrent(iterator));
 }
 
 VELA_EXPORT RuntimeArray* String_Characters(TESSstring s) {

@@ -13,6 +13,7 @@
 #include "kit/class_builder.h"
 #include "kit/leak_check.h"
 #include "kit/recording_reporter.h"
+#include "vela/auto.h"
 #include "vela/events.h"
 #include "object_test_support.h"
 #include "text/string_create.h"
@@ -129,21 +130,32 @@ TEST(ArrayReferences, ObjectsAreCountedAndWrappersCheckTheirClass) {
   RuntimeUnlockObject(shape);
 }
 
-TEST(ArrayReferences, AutoElementsWorkWhileNil) {
+// Auto elements hold what their words hold and sort in the language's
+// order of Autos (Nil last).
+TEST(ArrayReferences, AutoElementsHoldTheirValues) {
   LeakCheck leaks;
-  for (int32_t kind : {kArrayAuto}) {
-    Held a(CreateArray(1, kind, 2));
-    EXPECT_EQ(a->ops->elementSize(a), 8);
-    Set<void*>(a, nullptr, 1);
-    Insert<void*>(a, 0, nullptr);
-    a->ops->sort(a);
-    EXPECT_EQ(IndexOf<void*>(a, nullptr, 0), 0);
-    EXPECT_EQ(Get<void*>(a, 3), nullptr);
-    RecordingReporter reporter;
-    Set<uintptr_t>(a, 0x1000, 0);  // no such value can exist yet
-    EXPECT_TRUE(reporter.Saw("not built yet"));
-    static_cast<uintptr_t*>(a->data)[0] = 0;
-  }
+  Held a(CreateArray(1, kArrayAuto, 2));
+  EXPECT_EQ(a->ops->elementSize(a), 8);
+  TESSstring s = vela::NewString("abc", 3, kEncodingUTF8);
+  VelaAutoWord text = RuntimeCreateAutoFromString(s);
+  Set<VelaAutoWord>(a, text, 0);
+  EXPECT_EQ(s->mRefCount, 3);  // the caller, the word, the element
+  RuntimeUnlockAuto(text);
+  Set<VelaAutoWord>(a, RuntimeCreateAutoFromInt32(5), 1);
+  Set<VelaAutoWord>(a, 0, 2);
+  Insert<VelaAutoWord>(a, 0, RuntimeCreateAutoFromInt32(3));
+  Set<VelaAutoWord>(a, RuntimeCreateAutoFromInt32(3), 0);
+  EXPECT_EQ(IndexOf<VelaAutoWord>(a, RuntimeCreateAutoFromInt32(5), 0), 2);
+  VelaAutoWord box = RuntimeCreateAutoFromDouble(4.5);
+  Set<VelaAutoWord>(a, box, 1);  // the element holds its own reference to the box
+  RuntimeUnlockAuto(box);
+  a->ops->sort(a);
+  EXPECT_EQ(RuntimeConvertAutoToInt32(Get<VelaAutoWord>(a, 0)), 3);
+  VelaAutoWord second = Get<VelaAutoWord>(a, 1);  // given out with a reference
+  EXPECT_EQ(RuntimeConvertAutoToDouble(second), 4.5);
+  RuntimeUnlockAuto(second);
+  EXPECT_EQ(Get<VelaAutoWord>(a, 3), 0u);  // Nil sorts last
+  RuntimeUnlockString(s);
 }
 
 TEST(ArraySort, OrdersLikeStdSort) {

@@ -21,7 +21,7 @@
 #include <type_traits>
 
 #include "object/arrays/element_compare.h"
-#include "object/auto_bridge.h"
+#include "dynamic/auto_bridge.h"
 #include "text/string_record.h"
 #include "text/text_bridge.h"
 #include "vela/arrays.h"

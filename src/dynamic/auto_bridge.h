@@ -1,4 +1,5 @@
-// What the object layer needs of Auto values before the Auto type exists.
+// What the object layer (arrays of Auto) needs of Auto values; the Auto
+// type in this folder provides it.
 // An Auto is one pointer-sized tagged word; 0 is the Nil Auto.
 #pragma once
 

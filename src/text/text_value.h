@@ -14,6 +14,7 @@
 #include <string_view>
 #include <utility>
 
+#include "support/counted_holder.h"
 #include "vela/text.h"
 
 namespace vela {
@@ -61,29 +62,10 @@ inline void StoreCharCount(TextValue t, int32_t count) {
 // The number of characters (grapheme clusters), counted once per record.
 int32_t TextCharCount(TextValue t);
 
-class TextHolder {
+// The scoped reference to a Text for the span of an operation.
+class TextHolder : public CountedHolder<TextHolder, TextValue, &LockText, &UnlockText> {
  public:
-  TextHolder() noexcept = default;
-  explicit TextHolder(TextValue borrowed) noexcept : mText(borrowed) { LockText(mText); }
-  static TextHolder Adopt(TextValue owned) noexcept {
-    TextHolder holder;
-    holder.mText = owned;
-    return holder;
-  }
-  TextHolder(const TextHolder& other) noexcept : mText(other.mText) { LockText(mText); }
-  TextHolder(TextHolder&& other) noexcept : mText(std::exchange(other.mText, nullptr)) {}
-  TextHolder& operator=(TextHolder other) noexcept {
-    std::swap(mText, other.mText);
-    return *this;
-  }
-  ~TextHolder() { UnlockText(mText); }
-
-  TextValue get() const noexcept { return mText; }
-  explicit operator bool() const noexcept { return mText != nullptr; }
-  TextValue Release() noexcept { return std::exchange(mText, nullptr); }
-
- private:
-  TextValue mText = nullptr;
+  using CountedHolder::CountedHolder;
 };
 
 // A borrowed Text handed back as the caller's own reference.

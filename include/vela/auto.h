@@ -80,6 +80,12 @@ VELA_API RuntimeArray *RuntimeConvertAutoToObjectArray(VelaAutoWord word, Runtim
 /* Order: -1, 0 or 1; Nil sorts after every value. */
 VELA_API int32_t RuntimeCompareAuto(VelaAutoWord a, VelaAutoWord b);
 
+/* The bridges to and from Variant (an object; Nil is the Nil Variant):
+ * numbers, Booleans, colours, strings and Texts change form, objects and
+ * arrays stay the same object. */
+VELA_API VelaAutoWord VariantToAuto(RuntimeObject *variant);
+VELA_API RuntimeObject *AutoToVariant(VelaAutoWord word);
+
 /* Introspection: the type code (AutoTypes), and for structures and arrays
  * their names, rank, element kind and class (others raise
  * TypeMismatchException). */

@@ -13,6 +13,7 @@
 #include "text/string_numbers.h"
 #include "text/string_ops_classic.h"
 #include "vela/classic_strings.h"
+#include "vela/variant.h"
 
 namespace vela {
 namespace {
@@ -75,10 +76,14 @@ VELA_EXPORT TESSstring StringStrCurrency(int64_t value) {
   return NewTextOf(CurrencyPlainText(value), kEncodingASCII);
 }
 
+// Str of a Variant: floating values print as Str prints them, everything
+// else in its String conversion.
 VELA_EXPORT TESSstring StringStrVariant(RuntimeObject* value) {
-  if (!value) return nullptr;
-  VELA_NOT_BUILT("StringStrVariant: the text form of Variant values");
-  return nullptr;
+  switch (VarType(value, 0)) {
+    case kVarTypeSingle: return StringStrSingle(VariantToSingle(value));
+    case kVarTypeDouble: return StringStrDouble(VariantToDouble(value));
+    default: return VariantToString(value);
+  }
 }
 
 VELA_EXPORT double runCDbl(TESSstring s) {

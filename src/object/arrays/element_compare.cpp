@@ -3,13 +3,11 @@
 #include "object/arrays/array_record.h"
 #include "object/delegate.h"
 #include "support/ascii.h"
-#include "support/assert.h"
 #include "vela/text.h"
+#include "vela/variant.h"
 
 namespace vela {
 namespace {
-
-constexpr const char* kReportPath = kArrayReportPath;
 
 // The classes whose instances are dynamic values rather than plain objects:
 // the value boxes and the two date classes, which the dynamic values' order
@@ -54,8 +52,7 @@ int32_t CompareObjectElements(RuntimeObject* a, RuntimeObject* b) {
   if (a == b) return 0;
   if (IsDelegate(a) && IsDelegate(b) && RuntimeCompareDelegates(a, b)) return 0;
   if (IsPlainObject(a) || IsPlainObject(b)) return CompareAddresses(a, b);
-  VELA_NOT_BUILT("Variant: VariantCompare of array elements");
-  return CompareAddresses(a, b);
+  return VariantCompare(a, b);
 }
 
 int32_t CompareTextElements(TextValue a, TextValue b) { return RuntimeCompareText(a, b); }

@@ -23,11 +23,11 @@ void PartnerRun(RuntimeObject*) {
   while (!gStopPartner.load(std::memory_order_relaxed)) YieldToNextThread();
 }
 
-// The runtime, once per process, with a Thread class whose Run yields until
-// told to stop.
+// The runtime, once per process (another benchmark may have started it),
+// with a Thread class whose Run yields until told to stop.
 RuntimeClass* ThreadClass() {
   static RuntimeClass* cls = [] {
-    RuntimeInit();
+    if (!vela::sMainThread) RuntimeInit();
     RuntimeClass* c = RuntimeNewClass(nullptr, 0, 0, 1, 0, 0, 0);
     c->name = "Thread";
     c->instanceSize = sizeof(RuntimeObject);

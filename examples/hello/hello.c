@@ -5,9 +5,12 @@
  * VelaMain does what a compiler's entry code does: it initialises the
  * runtime, builds its class records, binds them to the framework, creates
  * the application object, delivers the first events and runs the main loop.
- * The "Opening" handler works with strings and objects and quits; the
- * runtime then fires "Closing" and VelaMain returns. Every step prints a
- * line, so the output traces the application's life. */
+ * The "Opening" handler works with strings and objects, then starts a
+ * repeating Timer and a cooperative Thread and returns to the main loop.
+ * The thread works in steps, sleeping between them; the timer's "Action"
+ * quits once it has fired three times and the thread is done. The runtime
+ * then fires "Closing" and VelaMain returns. Every step prints a line, so
+ * the output traces the application's life. */
 #include <stdio.h>
 #include <string.h>
 
@@ -15,6 +18,8 @@
 #include "vela/loader.h"
 #include "vela/object.h"
 #include "vela/string.h"
+#include "vela/threads.h"
+#include "vela/timer.h"
 
 /* A string constant laid out as compiled code lays it out: a string record
  * with mRefCount 0 in the section "velastr"; the loader points its mBuffer
@@ -46,6 +51,8 @@ STRING_CONSTANT(kGreetingFile, "greeting.txt");
 
 static RuntimeClass *gNodeClass;
 static int gNodesDestroyed;
+static RuntimeClass *gTimerClass;
+static RuntimeClass *gWorkerClass;
 
 /* ---- the application's own class: Node, a linked list element ---------- */
 
@@ -69,6 +76,59 @@ static RuntimeClass *MakeNodeClass(void) {
   return cls;
 }
 
+/* ---- a Timer and a Thread ----------------------------------------------- */
+
+enum { kWorkerSteps = 5, kFiringsBeforeQuit = 3 };
+static int gWorkerStepsDone;
+static int gFirings;
+
+/* The thread's Run: a few steps of work, each followed by a sleep that
+ * gives the turn back to the main loop. It prints nothing, so that the
+ * output does not depend on how its steps fall between the timer's. */
+static void WorkerRun(RuntimeObject *self) {
+  (void)self;
+  for (int step = 0; step < kWorkerSteps; ++step) {
+    ++gWorkerStepsDone;
+    ThreadSleepCurrent(10);
+  }
+}
+
+/* The timer's "Action", on the main thread from the main loop's dispatch. */
+static void TimerAction(RuntimeObject *timer) {
+  ++gFirings;
+  if (gFirings <= kFiringsBeforeQuit)
+    SAY("event Action of the timer: firing %d, mode %d\n", gFirings, TimerModeGetter(timer, 0));
+  if (gFirings < kFiringsBeforeQuit || gWorkerStepsDone < kWorkerSteps) return;
+  SAY("  the thread did its %d steps beside the timer\n", gWorkerStepsDone);
+  timerModeSetter(timer, 0, 0); /* off: it fires no more */
+  RuntimeUnlockObject(timer);   /* the firing holds its own reference */
+  SAY("quit\n");
+  TS_ApplicationQuit();
+}
+
+static RuntimeClass *MakeTimerClass(void) {
+  RuntimeClass *cls = RuntimeNewClass(NULL, 0, 0, 1, 0, 0, 0);
+  cls->name = "Timer";
+  cls->flags = kPropertiesBackwardsFlag;
+  cls->initializer = RuntimeTimerConstructor;
+  cls->finalizer = RuntimeTimerDestructor;
+  cls->events[0].head.name = "Action";
+  cls->events[0].head.flags = kScopePublic;
+  cls->events[0].function = (void *)TimerAction;
+  return cls;
+}
+
+static RuntimeClass *MakeWorkerClass(void) {
+  RuntimeClass *cls = RuntimeNewClass(NULL, 0, 0, 1, 0, 0, 0);
+  cls->name = "Thread";
+  cls->instanceSize = sizeof(RuntimeObject);
+  cls->initializer = ThreadInitializer;
+  cls->events[0].head.name = "Run";
+  cls->events[0].head.flags = kScopePublic;
+  cls->events[0].function = (void *)WorkerRun;
+  return cls;
+}
+
 /* ---- the application class and its event handlers ---------------------- */
 
 static void SayString(const char *label, TESSstring s) {
@@ -78,7 +138,6 @@ static void SayString(const char *label, TESSstring s) {
 }
 
 static void AppOpening(RuntimeObject *app) {
-  (void)app;
   SAY("event Opening\n");
   TESSstring both = RuntimeAddString(STR(kHello), STR(kWorld));
   SayString("concatenated: ", both);
@@ -106,8 +165,17 @@ static void AppOpening(RuntimeObject *app) {
     SAY("  no greeting.txt in the resource folder\n");
   RuntimeUnlockString(greeting);
 
-  SAY("quit\n");
-  TS_ApplicationQuit();
+  /* No window will open: the application stays until the timer quits. */
+  AppAutoCloseSetter(app, 0, 0);
+  RuntimeObject *timer = RuntimeNewObject(gTimerClass);
+  timerPeriodSetter(timer, 0, 40);
+  timerModeSetter(timer, 0, 2);
+  SAY("  started a timer: period %d ms, mode %d (multiple)\n", TimerPeriodGetter(timer, 0),
+      TimerModeGetter(timer, 0));
+  RuntimeObject *worker = RuntimeNewObject(gWorkerClass);
+  threadRun(worker);
+  RuntimeUnlockObject(worker); /* a running thread keeps its object */
+  SAY("  started a cooperative thread of %d steps\n", kWorkerSteps);
 }
 
 static void AppDocumentCreated(RuntimeObject *app) {
@@ -193,6 +261,8 @@ void VelaMain(void) {
   endException->name = "EndException";
   endException->instanceSize = sizeof(RuntimeObject);
   gNodeClass = MakeNodeClass();
+  gTimerClass = MakeTimerClass();
+  gWorkerClass = MakeWorkerClass();
   SAY("start-up: classes made:");
   for (RuntimeClass *cls = RuntimeGetClassList(); cls; cls = cls->nextClass) SAY(" %s", cls->name);
   SAY("\n");

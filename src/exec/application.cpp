@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "exec/pollable.h"
 #include "exec/runtime_state.h"
 #include "io/folder_item_bridge.h"
 #include "object/class_ref.h"
@@ -143,9 +144,8 @@ VELA_EXPORT void ApplicationInitializer(RuntimeObject* object) {
 
 VELA_EXPORT void ApplicationFinalizer(RuntimeObject* object) {
   ApplicationObject* data = AppData(object);
+  RemoveAllPollableObjects();
   if (data) {
-    // Pollable objects join the application with the main loop's poll list;
-    // until that list exists nothing can stand in it.
     SetCountedField(data->mdiWindow, nullptr);
     SetCountedField(data->further, nullptr);
     delete data->mMenuHandlers;

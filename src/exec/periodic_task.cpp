@@ -1,5 +1,7 @@
 #include "exec/periodic_task.h"
 
+#include "exec/main_loop.h"
+#include "exec/pollable.h"
 #include "exec/thread_record.h"
 #include "platform/clock.h"
 #include "support/simple_vector.h"
@@ -81,5 +83,62 @@ bool AnyTaskWithoutTimer() {
 }
 
 size_t PeriodicTaskCount() { return gTasks.count; }
+
+namespace {
+
+class PollTask final : public PeriodicTask {
+ public:
+  PollTask() : PeriodicTask(5) {}
+  void Action() override {
+    PollPollList();
+    PollSocketsAndSerialPorts();
+  }
+};
+
+PollTask* gPollTask = nullptr;
+int gPollTaskUsers = 0;
+
+class SweepTask final : public PeriodicTask {
+ public:
+  SweepTask() : PeriodicTask(5000) {}
+  void Action() override { SweepNow(); }
+};
+
+SweepTask* gSweepTask = nullptr;
+SimpleVector<SweepItem*> gSweepList{};
+
+}  // namespace
+
+void AddPollTaskUser() {
+  if (++gPollTaskUsers == 1 && !gPollTask) gPollTask = new PollTask;
+}
+
+void RemovePollTaskUser() {
+  if (--gPollTaskUsers < 1) {
+    gPollTaskUsers = 0;
+    delete gPollTask;
+    gPollTask = nullptr;
+  }
+}
+
+int PollTaskUserCount() { return gPollTaskUsers; }
+bool PollTaskExists() { return gPollTask != nullptr; }
+
+void AddToSweepList(SweepItem* item) {
+  gSweepList.Append(item);
+  if (!gSweepTask) gSweepTask = new SweepTask;
+}
+
+void SweepNow() {
+  for (uint32_t i = gSweepList.count; i-- > 0;) {
+    if (i >= gSweepList.count) continue;
+    SweepItem* item = gSweepList.items[i];
+    if (item->IsAlive()) continue;
+    gSweepList.RemoveAt(i);
+    delete item;
+  }
+}
+
+size_t SweepListCount() { return gSweepList.count; }
 
 }  // namespace vela

@@ -45,4 +45,41 @@ void RunPeriodicTasks(bool onlyWithoutTimer);
 bool AnyTaskWithoutTimer();
 size_t PeriodicTaskCount();
 
+// A task that calls a plain function with a context.
+class FunctionTask final : public PeriodicTask {
+ public:
+  using Function = void (*)(void* context);
+  FunctionTask(Function function, uint32_t period, void* context)
+      : PeriodicTask(period), mFunction(function), mContext(context) {}
+  void Action() override { mFunction(mContext); }
+
+ private:
+  Function mFunction;
+  void* mContext;
+};
+
+// The poll task: one process-wide task of period 5 with its own platform
+// timer, alive while it has users. Every member of the poll list is a user,
+// and so is every socket and serial port from its initializer to its
+// finalizer. Its Action polls the poll list, then the sockets if the socket
+// layer has been started, then the serial ports.
+void AddPollTaskUser();
+void RemovePollTaskUser();
+int PollTaskUserCount();
+bool PollTaskExists();
+
+// What the sweep task deletes: an object that answers false to IsAlive.
+class SweepItem {
+ public:
+  virtual ~SweepItem() = default;
+  virtual bool IsAlive() = 0;
+};
+
+// The sweep task: every 5 seconds, the items of its list, last first,
+// whose IsAlive answers false are deleted. Created with the first item.
+void AddToSweepList(SweepItem* item);
+// Runs the sweep now (what the task's Action does).
+void SweepNow();
+size_t SweepListCount();
+
 }  // namespace vela

@@ -3,6 +3,7 @@
 // section.
 #include <signal.h>
 
+#include "exec/platform_timer.h"
 #include "exec/runtime_state.h"
 #include "exec/thread_record.h"
 #include "exec/unhandled.h"
@@ -61,6 +62,7 @@ VELA_EXPORT void RuntimeInit(void) {
   ws.AcquireThemeService();
   ws.RegisterWindowClass({"WinTimerClass", 0, WindowProcedure::kTimer, 0, 0,
                           WindowBackground::kNone, ""});
+  platform::SetWindowProcedure(WindowProcedure::kTimer, TimerWindowProcedure);
   state.timerWindow = ws.CreateHiddenWindow("WinTimerClass", 1, 1);
 
   state.controlFont = {"System", 0, 10.0};

@@ -136,6 +136,20 @@ inline bool IsAsleep(const RuntimeThread* thread, uint32_t now) {
   return now < thread->wakeTime && thread->sleepStart <= now;
 }
 
+// A waiter on a Mutex whose lock file may be held by another process has
+// no local thread to release it: it polls. Its wake time is the next poll,
+// and once that has come the scheduler may pick it although it is blocked.
+inline bool MutexPollDue(const RuntimeThread* thread, uint32_t now) {
+  return thread->state == (kThreadWaitingBit | kThreadMutexFileBit) && !IsAsleep(thread, now);
+}
+
+// True when no live thread can run again: every one is blocked, none runs
+// beside the turn and none polls a lock file. Takes ThreadListLock.
+bool ThreadsLockedOut();
+// The report of threads that locked each other out; it fires once per
+// process.
+void ReportLockOut();
+
 // Puts `thread` to sleep from now for `milliseconds`. When it is the holder
 // of the turn it yields until its sleep is over (or it is woken early, or
 // resumed, or killed).

@@ -72,6 +72,16 @@ class ListGuard {
   ListGuard& operator=(const ListGuard&) = delete;
 };
 
+// A thread that may run again by itself: not blocked, running beside the
+// turn, or polling a lock file.
+bool CanRunAgainLocked() {
+  for (RuntimeThread* t = ThreadListHead(); t; t = t->next)
+    if (!t->dead && (t->blockCount == 0 || (t->state & kThreadDetachedBit) ||
+                     t->state == (kThreadWaitingBit | kThreadMutexFileBit)))
+      return true;
+  return false;
+}
+
 int LiveThreadCountLocked(bool attachedOnly) {
   int count = 0;
   for (RuntimeThread* t = ThreadListHead(); t; t = t->next)
@@ -155,6 +165,18 @@ void InsertTicketsAtFront(RuntimeThread* thread, uint32_t count) {
 
 bool DeadlockReported() { return gDeadlockReported; }
 
+bool ThreadsLockedOut() {
+  ListGuard lock;
+  return !CanRunAgainLocked();
+}
+
+void ReportLockOut() {
+  if (!gDeadlockReported.exchange(true))
+    VELA_ASSERT_MSG(false, "false", "%s",
+                    "Infinite loop detected in the thread scheduler.  This is likely caused "
+                    "by incorrectly locking resources with semaphores or critical sections.");
+}
+
 int LiveAttachedThreadCount() {
   ListGuard lock;
   return LiveThreadCountLocked(true);
@@ -178,15 +200,9 @@ RuntimeThread* PickNextThread(bool mayIdle) {
     }
     gWakeList.count = 0;
     alone = LiveThreadCountLocked(true) < 2;
-    bool anyCanRun = alone;
-    for (RuntimeThread* t = ThreadListHead(); t && !anyCanRun; t = t->next)
-      anyCanRun = !t->dead && (t->blockCount == 0 || (t->state & kThreadDetachedBit));
-    if (!anyCanRun) {
+    if (!alone && !CanRunAgainLocked()) {
       // Every live thread waits for another: they locked each other out.
-      if (!gDeadlockReported.exchange(true))
-        VELA_ASSERT_MSG(false, "false", "%s",
-                        "Infinite loop detected in the thread scheduler.  This is likely caused "
-                        "by incorrectly locking resources with semaphores or critical sections.");
+      ReportLockOut();
       return nullptr;
     }
   }
@@ -205,7 +221,7 @@ RuntimeThread* PickNextThread(bool mayIdle) {
     RunTicket* firstVisited = nullptr;
     for (RunTicket& ticket : gRunRing) {
       RuntimeThread* t = ticket.thread;
-      if (t->blockCount != 0) continue;
+      if (t->blockCount != 0 && !MutexPollDue(t, now)) continue;
       if (IsAsleep(t, now)) {
         if (!early && t->wakeEarly && !ticket.visited) early = &ticket;
       } else if (!ticket.visited) {

@@ -7,6 +7,7 @@
 
 #include "exec/platform_timer.h"
 #include "object/class_decl.h"
+#include "support/ascii.h"
 #include "support/assert.h"
 #include "support/export.h"
 #include "support/simple_vector.h"
@@ -44,10 +45,15 @@ void StopPlatformTimer(TimerObject* timer) {
 
 void OnPlatformTimer(PlatformTimer* record);
 
-void Rearm(TimerObject* timer) {
+void StartPlatformTimer(TimerObject* timer) {
+  timer->platformTimer = WinTimerStart(OnPlatformTimer, uint32_t(timer->period), timer);
+}
+
+// Every change stops the platform timer; `armed` says whether a new one
+// starts, a full period from now.
+void Restart(TimerObject* timer, bool armed) {
   StopPlatformTimer(timer);
-  if (timer->mode != 0 && timer->enabled)
-    timer->platformTimer = WinTimerStart(OnPlatformTimer, uint32_t(timer->period), timer);
+  if (armed) StartPlatformTimer(timer);
 }
 
 void Fire(RuntimeObject* self);
@@ -69,16 +75,41 @@ void OnPlatformTimer(PlatformTimer* record) {
   if (timer->mode != 2) {
     timer->mode = 0;
   } else if (timer->period >= 0) {
-    timer->platformTimer = WinTimerStart(OnPlatformTimer, uint32_t(timer->period), timer);
+    StartPlatformTimer(timer);
   }
   Fire(&timer->header);
 }
 
+// The method `name` of `object`'s class (inherited entries included), by
+// the language's case-insensitive comparison; nil when it has none.
+void* MethodNamed(RuntimeObject* object, const char* name) {
+  const RuntimeClass* cls = object ? object->classPtr : nullptr;
+  if (!cls) return nullptr;
+  for (uint32_t i = 0; i < cls->methodCount; ++i) {
+    const RuntimeMethodMember& method = cls->methods[i];
+    if (!method.head.name || !AsciiEqualNoCase(method.head.name, name)) continue;
+    if ((method.head.flags & kMemberVirtual) && object->vtable)
+      return object->vtable[method.vtableSlot];
+    return method.function;
+  }
+  return nullptr;
+}
+
 void Fire(RuntimeObject* self) {
   VELA_ASSERT(self);
+  if (!self) return;
   RuntimeLockObject(self);
-  // Action notification receivers are told through their "PerformAction"
-  // method when method lookup by name exists; the event comes last.
+  // The receivers first, in list order; a receiver may change the list, so
+  // each is held while it is told.
+  TimerObject* timer = Data(self);
+  for (uint32_t i = 0; i < timer->receivers.count; ++i) {
+    RuntimeObject* receiver = timer->receivers.items[i];
+    auto perform = reinterpret_cast<void (*)(RuntimeObject*)>(MethodNamed(receiver, "PerformAction"));
+    if (!perform) continue;
+    RuntimeLockObject(receiver);
+    perform(receiver);
+    RuntimeUnlockObject(receiver);
+  }
   auto handler =
       reinterpret_cast<void (*)(RuntimeObject*)>(gTimerDecl.GetEventHandler(self, gTimerEvents[0]));
   if (handler) handler(self);
@@ -113,7 +144,8 @@ VELA_EXPORT void timerModeSetter(RuntimeObject* self, intptr_t, int32_t mode) {
   TimerObject* timer = Data(self);
   timer->mode = mode;
   timer->lastEvent = SchedulerNow();
-  Rearm(timer);
+  // Armed even while disabled: the firing then returns at once.
+  Restart(timer, mode != 0);
 }
 
 VELA_EXPORT int32_t TimerPeriodGetter(RuntimeObject* self, intptr_t) {
@@ -123,7 +155,7 @@ VELA_EXPORT int32_t TimerPeriodGetter(RuntimeObject* self, intptr_t) {
 VELA_EXPORT void timerPeriodSetter(RuntimeObject* self, intptr_t, int32_t period) {
   TimerObject* timer = Data(self);
   timer->period = period > 0 ? period : 1;
-  Rearm(timer);
+  Restart(timer, timer->mode != 0);
 }
 
 VELA_EXPORT VelaBoolean TimerEnabledGetter(RuntimeObject* self, intptr_t) {
@@ -134,7 +166,7 @@ VELA_EXPORT void TimerEnabledSetter(RuntimeObject* self, intptr_t, VelaBoolean e
   TimerObject* timer = Data(self);
   timer->enabled = enabled;
   timer->lastEvent = SchedulerNow();
-  Rearm(timer);
+  Restart(timer, enabled && timer->mode != 0);
 }
 
 VELA_EXPORT void RuntimeTimerReset(RuntimeObject* self) {
@@ -143,8 +175,7 @@ VELA_EXPORT void RuntimeTimerReset(RuntimeObject* self) {
   TimerObject* timer = Data(self);
   timer->lastEvent = SchedulerNow();
   if (timer->mode == 0) timer->mode = 1;
-  StopPlatformTimer(timer);
-  timer->platformTimer = WinTimerStart(OnPlatformTimer, uint32_t(timer->period), timer);
+  Restart(timer, true);
 }
 
 VELA_EXPORT void TimerAddActionNotificationReceiver(RuntimeObject* self, RuntimeObject* receiver) {

@@ -1,16 +1,14 @@
 #include "exec/unhandled.h"
 
-#include <pthread.h>
-
 #include <cstdio>
 
 #include "exec/application.h"
 #include "exec/runtime_state.h"
 #include "exec/thread_record.h"
 #include "object/exception.h"
+#include "platform/window_system.h"
 #include "support/assert.h"
 #include "support/export.h"
-#include "support/simple_vector.h"
 #include "text/string_create.h"
 #include "ui/window_list.h"
 
@@ -28,19 +26,13 @@ bool OffTheMainThread() {
   return local.detached || !local.isLanguageThread || sCurrentThread != sMainThread;
 }
 
-// The main thread's queue of forwarded exceptions, standing for the
-// platform's thread message queue: each entry is one 0xBD0 message.
-pthread_mutex_t gForwardedLock = PTHREAD_MUTEX_INITIALIZER;
-SimpleVector<RuntimeObject*> gForwarded{};
-
+// The exception travels to the main thread as a posted message pair, with
+// one reference, and wakes the main loop's wait.
 void PostToMainThread(RuntimeObject* exception) {
   RuntimeLockObject(exception);
-  pthread_mutex_lock(&gForwardedLock);
-  gForwarded.Append(exception);
-  pthread_mutex_unlock(&gForwardedLock);
-  // The exception waits in the queue, with its reference, until the main
-  // loop drains it with DeliverForwardedExceptions.
-  VELA_NOT_BUILT("main loop: delivery of exceptions posted from other threads (message 0xBD0)");
+  platform::GetWindowSystem().Queue().Post(0, kForwardedExceptionMessage,
+                                           reinterpret_cast<uintptr_t>(exception),
+                                           intptr_t(kForwardedExceptionMessage));
 }
 
 void HandleUnhandledException(RuntimeObject* exception) {
@@ -75,17 +67,14 @@ bool HandleForwardedException(uint32_t message, uintptr_t wordParameter, intptr_
 }
 
 size_t DeliverForwardedExceptions() {
+  platform::EventQueue& queue = platform::GetWindowSystem().Queue();
+  const platform::MessageFilter pairs{0, kForwardedExceptionMessage, kForwardedExceptionMessage};
   size_t delivered = 0;
-  for (;;) {
-    pthread_mutex_lock(&gForwardedLock);
-    RuntimeObject* exception = gForwarded.Empty() ? nullptr : gForwarded.items[0];
-    if (exception) gForwarded.RemoveAt(0);
-    pthread_mutex_unlock(&gForwardedLock);
-    if (!exception) return delivered;
-    HandleForwardedException(kForwardedExceptionMessage, reinterpret_cast<uintptr_t>(exception),
-                             kForwardedExceptionMessage);
-    ++delivered;
-  }
+  platform::Message message;
+  while (queue.Peek(&message, pairs, true))
+    delivered += HandleForwardedException(message.message, message.wordParameter,
+                                          message.longParameter);
+  return delivered;
 }
 
 UnhandledReport UnhandledReportFor(RuntimeObject* exception) {

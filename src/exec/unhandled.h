@@ -25,9 +25,10 @@ inline constexpr uint32_t kForwardedExceptionMessage = 0xBD0;
 // other message.
 bool HandleForwardedException(uint32_t message, uintptr_t wordParameter, intptr_t longParameter);
 
-// Delivers every forwarded exception that waits for the main thread, in
-// the order posted, through HandleForwardedException; returns how many.
-// Called by the main loop on the main thread.
+// Takes every forwarded exception that waits in the main thread's queue, in
+// the order posted, and delivers it through HandleForwardedException;
+// returns how many. The main loop delivers them one per iteration as it
+// fetches them; this is for code that must not wait for the loop.
 size_t DeliverForwardedExceptions();
 
 // The texts of the last-resort report for `exception`: the message with the

@@ -29,4 +29,19 @@ inline uint32_t SchedulerClock() { return ClockMilliseconds() - 0x80000000u; }
 using ClockFunction = uint32_t (*)();
 ClockFunction SetVirtualClock(ClockFunction clock);
 
+// Microseconds since the process started, for deadlines that need a finer
+// grain than the millisecond (the timer service). Under a virtual clock,
+// its milliseconds times 1000.
+uint64_t ClockMicroseconds();
+
+// A manual virtual clock for tests: installed by StartManualClock, it stands
+// still at `startMilliseconds` until AdvanceManualClock moves it. The event
+// queue's timed waits advance it instead of sleeping, so that timers run in
+// virtual time, deterministically and at once. StopManualClock restores the
+// system clock.
+void StartManualClock(uint32_t startMilliseconds);
+void AdvanceManualClock(uint32_t milliseconds);
+void StopManualClock();
+bool ManualClockActive();
+
 }  // namespace vela::platform

@@ -7,9 +7,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/event_queue.h"
 
 namespace vela::platform {
 
@@ -32,8 +35,6 @@ struct WindowClassDesc {
   std::string copiedFrom;  // a system class this one copies, or empty
 };
 
-using NativeWindow = uintptr_t;  // 0 is no window
-
 class WindowSystem {
  public:
   virtual ~WindowSystem() = default;
@@ -47,6 +48,12 @@ class WindowSystem {
   virtual NativeWindow CreateHiddenWindow(std::string_view className, int width,
                                           int height) = 0;
   virtual bool IsWindow(NativeWindow window) const = 0;
+  // The message procedure that serves `window`, by its class; none for a
+  // window that does not exist.
+  virtual std::optional<WindowProcedure> ProcedureOf(NativeWindow window) const = 0;
+
+  // The main thread's message queue, fed by this backend.
+  virtual EventQueue& Queue() = 0;
 
   // Time of the last message taken from the queue, in milliseconds of the
   // platform's message clock; 0 before the first message.
@@ -77,5 +84,17 @@ class WindowSystem {
 WindowSystem& GetWindowSystem();
 
 std::unique_ptr<WindowSystem> MakeHeadlessWindowSystem();
+
+// Message procedures: the window layers install theirs by kind, and the
+// dispatch of a message calls the one that serves the message's window.
+using WindowProc = intptr_t (*)(NativeWindow window, uint32_t message, uintptr_t wordParameter,
+                                intptr_t longParameter);
+void SetWindowProcedure(WindowProcedure kind, WindowProc procedure);
+
+// Dispatches a fetched message: a timer message to its timer procedure,
+// a window's message to the procedure of its class. A message to the thread
+// (window 0), or to a window without an installed procedure, goes nowhere
+// and answers 0.
+intptr_t DispatchMessage(const Message& message);
 
 }  // namespace vela::platform

@@ -63,8 +63,8 @@ struct ThreadClasses {
 // RuntimeInit, the application classes, Thread and a worker subclass, the
 // exception classes that the threads raise, all bound; the raise observer
 // installed. ThreadAlreadyRunningException has no class: its raises are
-// only observed.
-inline ThreadClasses StartRuntime() {
+// only observed. `moreClasses` builds further classes before the binding.
+inline ThreadClasses StartRuntime(void (*moreClasses)() = nullptr) {
   RuntimeInit();
   testkit::ClassBuilder threadBuilder("Thread");
   // The header and no properties: the native data follow it.
@@ -80,6 +80,7 @@ inline ThreadClasses StartRuntime() {
   RuntimeClass* root = testkit::ClassBuilder("RuntimeException").InstanceSize(kHeader).Build();
   testkit::ClassBuilder("ThreadEndException").Base(root).InstanceSize(kHeader).Build();
   testkit::ClassBuilder("StackOverflowException").Base(root).InstanceSize(kHeader).Build();
+  if (moreClasses) moreClasses();
   classes.app = testkit::MakeAppClasses(testkit::AppFlavour::kDesktop);  // binds them all
   testkit::SetEventHandler(classes.worker, "Run", reinterpret_cast<void*>(&RunTrampoline));
   SetRaiseObserver(ObserveRaise);

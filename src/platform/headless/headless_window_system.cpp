@@ -1,5 +1,7 @@
-// The headless backend: windows and classes live in memory only, time stands
-// still unless the test drives it, and nothing depends on a display.
+// The headless backend: windows and classes live in memory only, nothing
+// depends on a display, and input comes only from what tests push into the
+// queue. With the manual clock (platform/clock.h) time stands still except
+// in the queue's waits, so timers run deterministically.
 #include <algorithm>
 #include <map>
 
@@ -15,8 +17,17 @@ struct HeadlessWindow {
   bool visible = false;
 };
 
+// No native events: the queue's descriptor is its own eventfd alone.
+class HeadlessEventSource final : public EventSource {
+ public:
+  int Descriptor() const override { return -1; }
+  void Drain(EventQueue&) override {}
+};
+
 class HeadlessWindowSystem final : public WindowSystem {
  public:
+  HeadlessWindowSystem() : mQueue(&mSource) {}
+
   const char* BackendName() const override { return "headless"; }
 
   bool RegisterWindowClass(const WindowClassDesc& desc) override {
@@ -34,8 +45,16 @@ class HeadlessWindowSystem final : public WindowSystem {
     return handle;
   }
   bool IsWindow(NativeWindow window) const override { return mWindows.count(window) != 0; }
+  std::optional<WindowProcedure> ProcedureOf(NativeWindow window) const override {
+    auto it = mWindows.find(window);
+    if (it == mWindows.end()) return std::nullopt;
+    const WindowClassDesc* desc = FindWindowClass(it->second.className);
+    if (!desc) return std::nullopt;
+    return desc->procedure;
+  }
 
-  uint32_t LastMessageTime() const override { return mLastMessageTime; }
+  EventQueue& Queue() override { return mQueue; }
+  uint32_t LastMessageTime() const override { return mQueue.LastMessageTime(); }
   bool CompositionEnabled() const override { return true; }
 
   void SetDpiAwareness(int awareness) override { mDpiAwareness = awareness; }
@@ -54,7 +73,8 @@ class HeadlessWindowSystem final : public WindowSystem {
   std::map<std::string, WindowClassDesc> mClasses;
   std::map<NativeWindow, HeadlessWindow> mWindows;
   NativeWindow mNextHandle = 0x1000;
-  uint32_t mLastMessageTime = 0;
+  HeadlessEventSource mSource;
+  EventQueue mQueue;
   int mDpiAwareness = 0;
   int mThemeUsers = 0;
   bool mDarkModeAllowed = true;

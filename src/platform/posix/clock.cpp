@@ -43,4 +43,32 @@ uint32_t CoarseClockMilliseconds() {
 
 ClockFunction SetVirtualClock(ClockFunction clock) { return gVirtualClock.exchange(clock); }
 
+uint64_t ClockMicroseconds() {
+  if (ClockFunction clock = gVirtualClock.load(std::memory_order_relaxed))
+    return uint64_t(clock()) * 1000u;
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return uint64_t(now.tv_sec) * 1000000u + uint64_t(now.tv_nsec) / 1000u -
+         TheOrigins().fine * 1000u;
+}
+
+namespace {
+std::atomic<uint32_t> gManualTime{0};
+uint32_t ReadManualClock() { return gManualTime.load(std::memory_order_relaxed); }
+}  // namespace
+
+void StartManualClock(uint32_t startMilliseconds) {
+  gManualTime.store(startMilliseconds);
+  SetVirtualClock(ReadManualClock);
+}
+
+void AdvanceManualClock(uint32_t milliseconds) { gManualTime.fetch_add(milliseconds); }
+
+void StopManualClock() {
+  ClockFunction expected = ReadManualClock;
+  gVirtualClock.compare_exchange_strong(expected, nullptr);
+}
+
+bool ManualClockActive() { return gVirtualClock.load() == ReadManualClock; }
+
 }  // namespace vela::platform

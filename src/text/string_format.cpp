@@ -124,6 +124,8 @@ std::string FormatNumber(double value, std::string_view format, bool localised) 
   Survey survey = SurveySection(section);
   double magnitude = std::fabs(value);
   if (survey.percent) magnitude *= 100;
+  // A percentage can scale a finite value to infinity: it prints as Str does.
+  if (!std::isfinite(magnitude)) return FormatNumberAuto(sign < 0 ? -magnitude : magnitude, 7);
   std::string printed = PrintDigits(magnitude, survey);
   const platform::NumberSeparators sep =
       localised ? platform::SystemNumberSeparators() : platform::NumberSeparators{};
@@ -150,7 +152,7 @@ std::string FormatNumber(double value, std::string_view format, bool localised) 
       char c = section[i];
       if (c == '\\') ++i;
       else if (c == '.') afterPoint = true;
-      else if (c == 'e' || c == 'E') inExponent = true;
+      else if ((c == 'e' || c == 'E') && !expText.empty()) inExponent = true;
       else if ((c == '#' || c == '0') && !afterPoint && !inExponent) placeChars += c;
     }
     int places = int(placeChars.size());
@@ -179,6 +181,10 @@ std::string FormatNumber(double value, std::string_view format, bool localised) 
     } else if (c == '#' || c == '0') {
       if (inExponent) continue;
       if (!afterPoint) {
+        // Both passes count the same places: the marker starts an exponent
+        // only when the number has one (a percentage scaled to infinity has
+        // none).
+        if (size_t(intPlace) >= placeText.size()) continue;
         for (char d : placeText[size_t(intPlace)]) {
           out += d;
           --digitsToCome;

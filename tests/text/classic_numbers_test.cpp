@@ -143,6 +143,7 @@ TEST(ClassicFormat, ExtremeValues) {
   EXPECT_EQ(Format(1e300, "0." + std::string(500, '0')).size(), 802u);
   EXPECT_EQ(Format(-std::numeric_limits<double>::infinity(), "#,##0.00"), "-INF");
   EXPECT_EQ(Format(std::nan(""), "0"), "NaN");
+  EXPECT_EQ(Format(-1e307, "#0%e#"), "-INF");  // the percentage overflows
   EXPECT_EQ(Format(3, ""), "");
   EXPECT_EQ(StringFormat(3, nullptr, false), nullptr);
 }

@@ -9,6 +9,7 @@
 #include "dynamic/auto_word.h"
 #include "kit/child_process.h"
 #include "kit/class_builder.h"
+#include "kit/last_raise.h"
 #include "kit/leak_check.h"
 #include "object/raise.h"
 #include "text/string_bridges.h"
@@ -24,19 +25,7 @@ namespace {
 using vela::StringHolder;
 using vela::TextHolder;
 
-class Raises {
- public:
-  Raises() : mPrevious(vela::SetRaiseObserver(Observe)) { sLast.clear(); }
-  ~Raises() { vela::SetRaiseObserver(mPrevious); }
-  std::string Take() { return std::exchange(sLast, std::string()); }
-
- private:
-  static void Observe(const char* cls, int32_t, const char* message) {
-    sLast = std::string(cls) + ": " + (message ? message : "");
-  }
-  static inline std::string sLast;
-  vela::RaiseObserver mPrevious;
-};
+using Raises = vela::testkit::LastRaise;
 
 // An owned word released at the end of the scope.
 struct Word {
@@ -176,7 +165,7 @@ TEST(Auto, ArraysStayArrays) {
   EXPECT_EQ(RuntimeConvertAutoToArray(held, kArrayFloat64), nullptr);
   EXPECT_EQ(raises.Take(), "TypeMismatchException: Expected array of Double but got array of Int32");
   Introspection_Auto_StructName(held);
-  EXPECT_EQ(raises.Take(), "TypeMismatchException: ");
+  EXPECT_EQ(raises.Take(), "TypeMismatchException");
 }
 
 TEST(Auto, MixedValuesOrderAsTheLanguageSays) {

@@ -18,25 +18,13 @@
 #include "text/text_value.h"
 #include "vela/application.h"
 #include "vela/variant.h"
+#include "kit/last_raise.h"
 
 namespace varianttest {
 
 using vela::testkit::ClassBuilder;
 
-// The last raise as "Class: message", cleared by reading.
-class Raises {
- public:
-  Raises() : mPrevious(vela::SetRaiseObserver(Observe)) { sLast.clear(); }
-  ~Raises() { vela::SetRaiseObserver(mPrevious); }
-  std::string Take() { return std::exchange(sLast, std::string()); }
-
- private:
-  static void Observe(const char* cls, int32_t, const char* message) {
-    sLast = std::string(cls) + (message ? std::string(": ") + message : "");
-  }
-  static inline std::string sLast;
-  vela::RaiseObserver mPrevious;
-};
+using Raises = vela::testkit::LastRaise;
 
 // An owned Variant for the span of a test.
 class V {

@@ -6,6 +6,7 @@
 
 #include "kit/child_process.h"
 #include "kit/class_builder.h"
+#include "kit/last_raise.h"
 #include "object/raise.h"
 #include "text/string_create.h"
 #include "text/string_holder.h"
@@ -21,20 +22,7 @@ namespace {
 using vela::StringHolder;
 using vela::TextHolder;
 
-// The last raise as "Class: message", cleared by reading.
-class Raises {
- public:
-  Raises() : mPrevious(vela::SetRaiseObserver(Observe)) { sLast.clear(); }
-  ~Raises() { vela::SetRaiseObserver(mPrevious); }
-  std::string Take() { return std::exchange(sLast, std::string()); }
-
- private:
-  static void Observe(const char* cls, int32_t, const char* message) {
-    sLast = std::string(cls) + ": " + (message ? message : "");
-  }
-  static inline std::string sLast;
-  vela::RaiseObserver mPrevious;
-};
+using Raises = vela::testkit::LastRaise;
 
 StringHolder S(std::string_view utf8) {
   return StringHolder::Adopt(vela::NewString(utf8.data(), int32_t(utf8.size()), kEncodingUTF8));

@@ -72,6 +72,13 @@ VELA_API RuntimeObject *WindowPtrToVariant(void *value);
 VELA_API RuntimeObject *OSTypeToVariant(uint32_t value);
 VELA_API RuntimeObject *TextToVariant(TextValue value);
 VELA_API RuntimeObject *StructureToVariant(TESSstring name, TESSstring bytes);
+/* Release hooks of the String, Structure and Text boxes: they drop what the
+ * box holds (once; the box's own destruction drops nothing more). */
+VELA_API void StringObjectFinalizer(RuntimeObject *box);
+VELA_API void StringObjectDestructor(RuntimeObject *box);
+VELA_API void StructureObjectFinalizer(RuntimeObject *box);
+VELA_API void StructureObjectDestructor(RuntimeObject *box);
+VELA_API void TextObjectDestructor(RuntimeObject *box);
 VELA_API RuntimeObject *PluginStructureToVariant(const char *name, const void *data, int32_t size);
 /* Copies the bytes of a Structure Variant to `destination` when its size
  * is `size`; false for anything else. */

@@ -307,3 +307,18 @@ VELA_EXPORT RuntimeObject* VariantStructureTypeCheck(RuntimeObject* value, const
   }
   return PassOrMismatch(value, matches);
 }
+
+// The release hooks of the boxes that hold counted values. The boxes'
+// declarations release the same values when they are destroyed; a release
+// clears the field, so a record that also names these hooks releases once.
+#define VELA_BOX_RELEASE_HOOK(Name, Kind)                                  \
+  VELA_EXPORT void Name(RuntimeObject* box) {                               \
+    if (box && BoxKindOf(box) == BoxKind::Kind)                             \
+      ReleaseBoxValue(BoxedValue<BoxKind::Kind>(box));                      \
+  }
+VELA_BOX_RELEASE_HOOK(StringObjectFinalizer, kString)
+VELA_BOX_RELEASE_HOOK(StringObjectDestructor, kString)
+VELA_BOX_RELEASE_HOOK(StructureObjectFinalizer, kStructure)
+VELA_BOX_RELEASE_HOOK(StructureObjectDestructor, kStructure)
+VELA_BOX_RELEASE_HOOK(TextObjectDestructor, kText)
+#undef VELA_BOX_RELEASE_HOOK

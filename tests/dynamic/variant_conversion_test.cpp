@@ -242,6 +242,16 @@ TEST(VariantReferences, EveryHeldValueIsReleasedOnce) {
     }
     EXPECT_EQ(vela::RawTextLockCount(vela::RawTextKind::kC, c), 1);
     RuntimeUnlockCString(c);
+
+    // A record whose finaliser is the exported hook still releases once.
+    vela::StringHolder s = vela::StringHolder::Adopt(NewUtf8("once"));
+    RuntimeObject* box = StringToVariant(s.get());
+    EXPECT_EQ(s.get()->mRefCount, 2);
+    StringObjectFinalizer(box);
+    StringObjectDestructor(box);
+    EXPECT_EQ(s.get()->mRefCount, 1);
+    RuntimeUnlockObject(box);
+    EXPECT_EQ(s.get()->mRefCount, 1);
   });
 }
 
